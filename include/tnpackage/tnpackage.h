@@ -1,0 +1,32 @@
+// tnPackage: the shared library of the flight recorder's desktop programs.
+//
+// One include for everything; all names live in namespace tn.
+#pragma once
+
+#include <tnpackage/BuildConfig.h>
+#include <tnpackage/Export.h>
+
+// Package frame: start-up, settings, hooks, messages, language tables.
+#include <tnpackage/frame/DeviceAddressSpace.h>
+#include <tnpackage/frame/Globals.h>
+#include <tnpackage/frame/LanguageTables.h>
+#include <tnpackage/frame/Messages.h>
+#include <tnpackage/frame/Package.h>
+
+// Text: the string class, conversions, helpers, string lists.
+#include <tnpackage/text/TPString.h>
+
+// Lists and persistent records.
+
+// CRC checksums.
+
+// Date and time.
+
+// Coordinates and constants.
+#include <tnpackage/geo/Constants.h>
+
+// Device memory and FAT volume.
+
+// Flash memory model.
+
+// Utilities.

@@ -1,0 +1,133 @@
+// POSIX implementation of the platform layer: dialogs become lines on standard error and a
+// question on the controlling terminal; files go through the C library and <filesystem>.
+#include "platform/Platform.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <sys/time.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <ctime>
+#include <filesystem>
+
+namespace tn::platform {
+
+namespace {
+
+// Set to 1 to make every question answer "no" without asking (used by automated runs).
+constexpr const char* kNoDialogsVariable = "TN_NO_DIALOGS";
+
+bool DialogsSuppressed() {
+    const char* v = std::getenv(kNoDialogsVariable);
+    return v != nullptr && *v != '\0' && std::strcmp(v, "0") != 0;
+}
+
+}  // namespace
+
+void ShowInformation(const char* text) { std::fprintf(stderr, "%s\n", text ? text : ""); }
+
+void ShowWarning(const char* text, const char* caption) {
+    std::fprintf(stderr, "%s: %s\n", caption ? caption : "Warning", text ? text : "");
+}
+
+int AskYesNo(const char* text, const char* caption, bool withCancel) {
+    if (DialogsSuppressed() || !isatty(STDIN_FILENO)) return kAnswerNo;
+    FILE* tty = std::fopen("/dev/tty", "r+");
+    if (tty == nullptr) return kAnswerNo;
+    std::fprintf(tty, "%s: %s [%s] ", caption ? caption : "Question", text ? text : "",
+                 withCancel ? "y/n/c" : "y/n");
+    std::fflush(tty);
+    char line[64] = {};
+    int answer = kAnswerNo;
+    if (std::fgets(line, sizeof line, tty) != nullptr) {
+        if (line[0] == 'y' || line[0] == 'Y' || line[0] == 'j' || line[0] == 'J') {
+            answer = kAnswerYes;
+        } else if (withCancel && (line[0] == 'c' || line[0] == 'C')) {
+            answer = kAnswerCancel;
+        }
+    }
+    std::fclose(tty);
+    return answer;
+}
+
+void Beep(int /*duration*/) {
+    if (isatty(STDERR_FILENO)) std::fputc('\a', stderr);
+}
+
+bool IsReadable(const void* p) {
+    // The kernel reports EFAULT instead of faulting when asked to copy from an unmapped
+    // address, so a one-byte write into a private pipe probes the address safely.
+    static int fds[2] = {-1, -1};
+    if (fds[0] < 0) {
+        if (pipe(fds) != 0) return false;
+        fcntl(fds[0], F_SETFL, O_NONBLOCK);
+        fcntl(fds[1], F_SETFL, O_NONBLOCK);
+        fcntl(fds[0], F_SETFD, FD_CLOEXEC);
+        fcntl(fds[1], F_SETFD, FD_CLOEXEC);
+    }
+    if (write(fds[1], p, 1) != 1) return false;
+    char sink;
+    (void)!read(fds[0], &sink, 1);
+    return true;
+}
+
+LocalTime Now() {
+    timeval tv{};
+    gettimeofday(&tv, nullptr);
+    std::time_t seconds = tv.tv_sec;
+    std::tm parts{};
+    localtime_r(&seconds, &parts);
+    LocalTime t;
+    t.year = parts.tm_year + 1900;
+    t.month = parts.tm_mon + 1;
+    t.day = parts.tm_mday;
+    t.hour = parts.tm_hour;
+    t.minute = parts.tm_min;
+    t.second = parts.tm_sec;
+    t.millisecond = static_cast<int>(tv.tv_usec / 1000);
+    return t;
+}
+
+std::string GetEnv(const char* name) {
+    const char* v = std::getenv(name);
+    return v ? std::string(v) : std::string();
+}
+
+bool HasTerminal() { return isatty(STDIN_FILENO) && isatty(STDERR_FILENO); }
+
+char PathSeparator() { return '/'; }
+
+bool FileExists(const char* path) {
+    struct stat st{};
+    return path && stat(path, &st) == 0 && S_ISREG(st.st_mode);
+}
+
+bool DirectoryExists(const char* path) {
+    struct stat st{};
+    return path && stat(path, &st) == 0 && S_ISDIR(st.st_mode);
+}
+
+bool ForceDirectories(const char* path) {
+    if (path == nullptr || *path == '\0') return false;
+    std::error_code ec;
+    std::filesystem::create_directories(path, ec);
+    return DirectoryExists(path);
+}
+
+bool DeleteFile(const char* path) { return path && std::remove(path) == 0; }
+
+bool ReplaceFile(const char* from, const char* to) {
+    return from && to && std::rename(from, to) == 0;
+}
+
+std::int64_t FileSize(const char* path) {
+    struct stat st{};
+    if (path == nullptr || stat(path, &st) != 0 || !S_ISREG(st.st_mode)) return -1;
+    return static_cast<std::int64_t>(st.st_size);
+}
+
+}  // namespace tn::platform

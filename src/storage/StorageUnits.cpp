@@ -1,0 +1,21 @@
+// Start and exit of the storage units.
+#include "frame/Units.h"
+
+namespace tn::units {
+
+void Up_speicher_Initialization() {}
+void Up_speicher_Finalization() {}
+
+void Up_fileio_Initialization() {}
+void Up_fileio_Finalization() {}
+
+void Up_dateimanager_Initialization() {}
+void Up_dateimanager_Finalization() {}
+
+void Up_fat_Initialization() {}
+void Up_fat_Finalization() {}
+
+void Up_dateiinfo_Initialization() {}
+void Up_dateiinfo_Finalization() {}
+
+}  // namespace tn::units
