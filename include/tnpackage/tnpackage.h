@@ -17,6 +17,11 @@
 #include <tnpackage/text/TPString.h>
 
 // Lists and persistent records.
+#include <tnpackage/persist/TPList.h>
+#include <tnpackage/persist/TPObject.h>
+#include <tnpackage/persist/TPSaveList.h>
+#include <tnpackage/persist/TPSaveObject.h>
+#include <tnpackage/persist/TPWriter.h>
 
 // CRC checksums.
 
