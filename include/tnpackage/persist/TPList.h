@@ -9,6 +9,7 @@
 #include <tnpackage/Export.h>
 #include <tnpackage/persist/TPSaveObject.h>
 
+#include <cstddef>
 #include <cstdint>
 
 namespace tn {
@@ -30,10 +31,12 @@ class TN_EXPORT TPList : public TPSaveObject {
     /// Appends; the new entry's index.
     int Add(void* p);
     int Add(const void* p);
+    int Add(std::nullptr_t) { return Add(static_cast<void*>(nullptr)); }
     /// Inserts before `index` (an index at or past the end appends). Returns IndexOf(p), so a
     /// pointer already standing earlier gives that earlier index.
     int Insert(int index, void* p);
     int Insert(int index, const void* p);
+    int Insert(int index, std::nullptr_t) { return Insert(index, static_cast<void*>(nullptr)); }
     /// Grows to `n` slots; never shrinks.
     void SetCapacity(int n);
     /// Moves one entry from `from` to `to`, shifting those between.
