@@ -84,6 +84,13 @@ void TPString::TakeCopyOf(const char* s) {
 }
 
 void TPString::Delete() {
+    if (storage_ == Storage::Device) {
+        // Text in a device image is not ours to release, and its window may be gone by now.
+        text_ = nullptr;
+        size_ = 0;
+        storage_ = Storage::None;
+        return;
+    }
     if (text_ == nullptr) return;
     if (size_ > 0) {
         (void)Length();  // its development-environment check on the buffer

@@ -62,9 +62,12 @@ public:
     static TPString Add(const char* a, const char* b);
 
     // ---- access and state ---------------------------------------------------------------------
-    /// The text, or null for the empty string.
-    const char* c_str() const noexcept { return text_; }
-    char* c_str() noexcept { return text_; }
+    /// The text, or null for the empty string. Text saved into a device window is looked up
+    /// through the window now: null while that address maps nowhere.
+    const char* c_str() const noexcept {
+        return storage_ == Storage::Device ? DeviceText() : text_;
+    }
+    char* c_str() noexcept { return storage_ == Storage::Device ? DeviceText() : text_; }
     /// Character at 1-based position `i`; not bounds-checked, like the original.
     char& operator[](int i) { return text_[i - 1]; }
     const char& operator[](int i) const { return text_[i - 1]; }
@@ -146,6 +149,10 @@ public:
     TPString UTF8toHTML(int mode) const;
 
     // ---- persistence into device memory -------------------------------------------------------
+    // After Save (and after Saving into a device window) the string refers to its text at a
+    // 32-bit device address, which it reads through the window mapped there and never releases.
+    // Such a string must not outlive the window's mapping, as an external-buffer string must not
+    // outlive its buffer.
     int Save(int& address, const TPWriter& writer, int offset);
     int Copy(int& address, const TPWriter& writer) const;
     int Saving(void* destination, int offset);
@@ -160,14 +167,18 @@ public:
     char* Alloc(const char* s);
 
 private:
-    enum class Storage : std::uint8_t { None, Heap, External };
+    enum class Storage : std::uint8_t { None, Heap, External, Device };
     void TakeCopyOf(const char* s);
     void Append(const char* s, int length);
     void ReplaceBuffer(char* buffer);
+    char* DeviceText() const noexcept;
+    void ReferToDevice(std::uint32_t address);
+    void ReleaseOwnBuffer();
 
     char* text_ = nullptr;
     std::int32_t size_ = 0;
     Storage storage_ = Storage::None;  // who released text_ must be: only Heap is ours to free
+    std::uint32_t device_ = 0;         // where Device text lies; text_ is its host view
 };
 
 /// Highest buffer address the allocator has handed out; a diagnostic only.
