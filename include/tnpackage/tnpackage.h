@@ -15,6 +15,9 @@
 
 // Text: the string class, conversions, helpers, string lists.
 #include <tnpackage/text/TPString.h>
+#include <tnpackage/text/TPStringArray.h>
+#include <tnpackage/text/TPStringList.h>
+#include <tnpackage/text/TPStringTable.h>
 
 // Lists and persistent records.
 #include <tnpackage/persist/TPList.h>
