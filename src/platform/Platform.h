@@ -54,4 +54,9 @@ bool ReplaceFile(const char* from, const char* to);
 /// Size of a file in bytes, or -1.
 std::int64_t FileSize(const char* path);
 
+// ---- open files -----------------------------------------------------------------------------
+/// Writes `length` bytes to an open file (a C run-time file descriptor), as the run-time
+/// library's FileWrite does: the number of bytes written, or -1.
+int FileWrite(int handle, const void* data, int length);
+
 }  // namespace tn::platform

@@ -138,4 +138,10 @@ std::int64_t FileSize(const char* path) {
     return static_cast<std::int64_t>(st.st_size);
 }
 
+int FileWrite(int handle, const void* data, int length) {
+    if (handle < 0 || data == nullptr || length < 0) return -1;
+    const ssize_t written = ::write(handle, data, static_cast<std::size_t>(length));
+    return written < 0 ? -1 : static_cast<int>(written);
+}
+
 }  // namespace tn::platform

@@ -98,4 +98,10 @@ std::int64_t FileSize(const char* path) {
     return (static_cast<std::int64_t>(data.nFileSizeHigh) << 32) | data.nFileSizeLow;
 }
 
+int FileWrite(int handle, const void* data, int length) {
+    if (handle < 0 || data == nullptr || length < 0) return -1;
+    const int written = ::_write(handle, data, static_cast<unsigned>(length));
+    return written < 0 ? -1 : written;
+}
+
 }  // namespace tn::platform
