@@ -12,6 +12,10 @@
 // null entry). TableAddress is the device address of the table as the record states it. Every
 // access to device memory goes through DeviceAddressSpace; an address that maps nowhere is never
 // read or written: the operation then does nothing and warns.
+//
+// Use the list's own record members (Save, Copy, Saving, CheckSumme, CheckSumValid), never
+// those of TPObject or TPSaveObject through a base reference: those treat the C++ object as its
+// own record, which a class holding host pointers is not.
 #pragma once
 
 #include <tnpackage/Export.h>

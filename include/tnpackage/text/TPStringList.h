@@ -61,6 +61,8 @@ class TN_EXPORT TPStringList : public TPObject {
     TPString Text(TPString separator) const;
 
     TPStringList& operator=(const TPStringList& other);
+    /// A string list holds host pointers and is not its own record: it cannot be filled from one.
+    void Copy(void*& source) = delete;
     /// Copies the lines of a host string list.
     TPStringList& operator=(const std::vector<std::string>& lines);
 
