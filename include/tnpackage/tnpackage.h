@@ -26,6 +26,8 @@
 #include <tnpackage/geo/Constants.h>
 
 // Device memory and FAT volume.
+#include <tnpackage/storage/TPImageSpeicher.h>
+#include <tnpackage/storage/TPSpeicher.h>
 
 // Flash memory model.
 
