@@ -13,7 +13,7 @@
 namespace tn::storage {
 
 class ReplacingFile {
-public:
+  public:
     /// Suffix of the temporary file, appended to the target's name.
     static constexpr const char* kTemporarySuffix = ".tmp";
 
@@ -32,7 +32,7 @@ public:
     /// write or one of these steps failed (the target is then unchanged).
     bool Commit();
 
-private:
+  private:
     void Discard();
 
     std::string target_;

@@ -30,13 +30,17 @@ inline void WarnInconsistency(const TPString& detail) {
 
 /// A byte range that does not lie inside the image's buffer.
 inline void WarnOutsideBuffer(std::int64_t start, std::int64_t count) {
-    Warning(Owned("Bereich au\xDF" "erhalb von 'Speicher' (" + std::to_string(start) + ", " +
-                  std::to_string(count) + ")"));
+    Warning(
+        Owned("Bereich au\xDF"
+              "erhalb von 'Speicher' (" +
+              std::to_string(start) + ", " + std::to_string(count) + ")"));
 }
 
 /// A file that was to be loaded into the image could not be opened.
 inline void WarnCannotOpen(const TPString& fileName) {
-    Warning(TPString("Datei '", 0) + fileName + "' kann nicht ge\xF6" "ffnet werden");
+    Warning(TPString("Datei '", 0) + fileName +
+            "' kann nicht ge\xF6"
+            "ffnet werden");
 }
 
 /// The image's buffer could not be allocated.

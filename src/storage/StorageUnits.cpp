@@ -7,7 +7,9 @@ namespace tn::units {
 
 // SpeicherPfad starts empty (it is constant-initialised); the host names the folder.
 void Up_speicher_Initialization() {}
-void Up_speicher_Finalization() { SpeicherPfad.Delete(); }
+void Up_speicher_Finalization() {
+    SpeicherPfad.Delete();
+}
 
 void Up_fileio_Initialization() {}
 void Up_fileio_Finalization() {}

@@ -13,8 +13,10 @@ namespace tn {
 namespace {
 
 void WarnBlockOutside(std::int64_t address) {
-    Warning(storage::Owned("Sektor au\xDF" "erhalb von 'Speicher' (Adresse " +
-                           std::to_string(address) + ")"));
+    Warning(
+        storage::Owned("Sektor au\xDF"
+                       "erhalb von 'Speicher' (Adresse " +
+                       std::to_string(address) + ")"));
 }
 
 }  // namespace

@@ -92,7 +92,9 @@ std::int64_t TPSpeicher::Extent() const {
     return Size;
 }
 
-void TPSpeicher::ReleaseBuffer() { FreeOwnedBuffer(); }
+void TPSpeicher::ReleaseBuffer() {
+    FreeOwnedBuffer();
+}
 
 void TPSpeicher::FreeOwnedBuffer() {
     if (ownedBuffer_ == nullptr) return;
@@ -126,7 +128,8 @@ bool TPSpeicher::MapAt(std::uint32_t deviceBase) {
         deviceBase_ = deviceBase;
         return true;
     }
-    if (previous && DeviceAddressSpace::Map(*previous, Buffer, static_cast<std::uint32_t>(extent))) {
+    if (previous &&
+        DeviceAddressSpace::Map(*previous, Buffer, static_cast<std::uint32_t>(extent))) {
         deviceBase_ = previous;
     }
     return false;

@@ -24,7 +24,9 @@ void PadShortLoad(char* missing, std::int64_t count) {
     std::memset(missing + zeros, kErased, static_cast<std::size_t>(count - zeros));
 }
 
-const char* PathOf(const TPString& name) { return name.IsEmpty() ? "" : name.c_str(); }
+const char* PathOf(const TPString& name) {
+    return name.IsEmpty() ? "" : name.c_str();
+}
 
 }  // namespace
 

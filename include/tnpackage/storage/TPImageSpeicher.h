@@ -10,7 +10,7 @@
 namespace tn {
 
 class TN_EXPORT TPImageSpeicher : public TPSpeicher {
-public:
+  public:
     /// Bytes moved by one block operation.
     static constexpr int kSectorSize = 512;
 
@@ -22,7 +22,7 @@ public:
     /// Copies one sector into the buffer at byte `address`, with the same check.
     void WriteBlock(const void* source, std::int64_t address) override;
 
-private:
+  private:
     bool BlockInside(std::int64_t address) const;
 };
 

@@ -15,7 +15,7 @@
 namespace tn {
 
 class TN_EXPORT TPSpeicher {
-public:
+  public:
     /// Largest image a whole save writes; a bigger image is shrunk to it when saved.
     static constexpr int kMaxSavedSize = 0x400000;
     /// Extension of every image file.
@@ -68,22 +68,22 @@ public:
     std::optional<std::uint32_t> DeviceBase() const { return deviceBase_; }
 
     // ---- fields -----------------------------------------------------------------------------
-    TPString FileName;       ///< folder + separator + name + ".DAT"
-    int Size = 0;            ///< bytes in the image; 0: no buffer
-    int Reserved1 = 0;       ///< cleared here, for client code
-    int UsedLength = 0;      ///< default byte count of a partial save
-    int Reserved2 = 0;       ///< not touched by the image, for client code
-    char* Buffer = nullptr;  ///< Size bytes, or null
+    TPString FileName;          ///< folder + separator + name + ".DAT"
+    int Size = 0;               ///< bytes in the image; 0: no buffer
+    int Reserved1 = 0;          ///< cleared here, for client code
+    int UsedLength = 0;         ///< default byte count of a partial save
+    int Reserved2 = 0;          ///< not touched by the image, for client code
+    char* Buffer = nullptr;     ///< Size bytes, or null
     bool ReservedFlag = false;  ///< cleared here, for client code
 
-protected:
+  protected:
     /// Frees the buffer this image allocated (a derived medium that brings its own memory
     /// calls this first) and forgets it; Buffer becomes null.
     void ReleaseBuffer();
     /// Bytes of Buffer that may be touched: Size, but never more than this image allocated.
     std::int64_t Extent() const;
 
-private:
+  private:
     // The extent of the buffer this image allocated: Size can shrink and a derived class may
     // replace Buffer, but only this block is ever freed here.
     char* ownedBuffer_ = nullptr;
