@@ -84,7 +84,7 @@ bool IsAbsolutePath(const char* path);
 
 /// A handle that is closed when it goes out of scope.
 class ScopedFile {
-  public:
+public:
     explicit ScopedFile(FileHandle file) noexcept : file_(file) {}
     ~ScopedFile() { FileClose(file_); }
     ScopedFile(const ScopedFile&) = delete;
@@ -93,7 +93,7 @@ class ScopedFile {
     FileHandle get() const noexcept { return file_; }
     bool IsOpen() const noexcept { return file_ != kInvalidFile; }
 
-  private:
+private:
     FileHandle file_;
 };
 

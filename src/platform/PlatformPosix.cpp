@@ -28,9 +28,7 @@ bool DialogsSuppressed() {
 
 }  // namespace
 
-void ShowInformation(const char* text) {
-    std::fprintf(stderr, "%s\n", text ? text : "");
-}
+void ShowInformation(const char* text) { std::fprintf(stderr, "%s\n", text ? text : ""); }
 
 void ShowWarning(const char* text, const char* caption) {
     std::fprintf(stderr, "%s: %s\n", caption ? caption : "Warning", text ? text : "");
@@ -99,21 +97,17 @@ std::string GetEnv(const char* name) {
     return v ? std::string(v) : std::string();
 }
 
-bool HasTerminal() {
-    return isatty(STDIN_FILENO) && isatty(STDERR_FILENO);
-}
+bool HasTerminal() { return isatty(STDIN_FILENO) && isatty(STDERR_FILENO); }
 
-char PathSeparator() {
-    return '/';
-}
+char PathSeparator() { return '/'; }
 
 bool FileExists(const char* path) {
-    struct stat st {};
+    struct stat st{};
     return path && stat(path, &st) == 0 && S_ISREG(st.st_mode);
 }
 
 bool DirectoryExists(const char* path) {
-    struct stat st {};
+    struct stat st{};
     return path && stat(path, &st) == 0 && S_ISDIR(st.st_mode);
 }
 
@@ -124,16 +118,14 @@ bool ForceDirectories(const char* path) {
     return DirectoryExists(path);
 }
 
-bool DeleteFile(const char* path) {
-    return path && std::remove(path) == 0;
-}
+bool DeleteFile(const char* path) { return path && std::remove(path) == 0; }
 
 bool ReplaceFile(const char* from, const char* to) {
     return from && to && std::rename(from, to) == 0;
 }
 
 std::int64_t FileSize(const char* path) {
-    struct stat st {};
+    struct stat st{};
     if (path == nullptr || stat(path, &st) != 0 || !S_ISREG(st.st_mode)) return -1;
     return static_cast<std::int64_t>(st.st_size);
 }
@@ -154,9 +146,7 @@ FileHandle OpenWith(const char* path, int flags) {
     return fd < 0 ? kInvalidFile : static_cast<FileHandle>(fd);
 }
 
-int Descriptor(FileHandle file) {
-    return static_cast<int>(file);
-}
+int Descriptor(FileHandle file) { return static_cast<int>(file); }
 
 }  // namespace
 
@@ -167,13 +157,9 @@ FileHandle FileOpen(const char* path, FileAccess access) {
     return OpenWith(path, flags);
 }
 
-FileHandle FileOpenOrCreate(const char* path) {
-    return OpenWith(path, O_RDWR | O_CREAT);
-}
+FileHandle FileOpenOrCreate(const char* path) { return OpenWith(path, O_RDWR | O_CREAT); }
 
-FileHandle FileCreate(const char* path) {
-    return OpenWith(path, O_RDWR | O_CREAT | O_TRUNC);
-}
+FileHandle FileCreate(const char* path) { return OpenWith(path, O_RDWR | O_CREAT | O_TRUNC); }
 
 std::int64_t FileSeek(FileHandle file, std::int64_t offset, SeekOrigin origin) {
     if (file == kInvalidFile) return -1;
@@ -213,16 +199,12 @@ std::int64_t FileWrite(FileHandle file, const void* buffer, std::int64_t count) 
     return done;
 }
 
-bool FileFlush(FileHandle file) {
-    return file != kInvalidFile && fsync(Descriptor(file)) == 0;
-}
+bool FileFlush(FileHandle file) { return file != kInvalidFile && fsync(Descriptor(file)) == 0; }
 
 void FileClose(FileHandle file) {
     if (file != kInvalidFile) close(Descriptor(file));
 }
 
-bool IsAbsolutePath(const char* path) {
-    return path != nullptr && path[0] == '/';
-}
+bool IsAbsolutePath(const char* path) { return path != nullptr && path[0] == '/'; }
 
 }  // namespace tn::platform
