@@ -32,3 +32,4 @@
 // Flash memory model.
 
 // Utilities.
+#include <tnpackage/util/TPLogFile.h>
