@@ -5,6 +5,9 @@
 #define WIN32_LEAN_AND_MEAN
 #include <io.h>
 #include <windows.h>
+// windows.h renames these to their ...A forms, which would define the wrong functions here.
+#undef DeleteFile
+#undef ReplaceFile
 
 #include <algorithm>
 #include <cstdlib>

@@ -7,23 +7,17 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include <gtest/gtest.h>
 
+#include "support/WarningCapture.h"
+
 namespace imagetest {
 
 namespace fs = std::filesystem;
-
-inline std::vector<std::string>& Warnings() {
-    static std::vector<std::string> warnings;
-    return warnings;
-}
-
-inline void RecordWarning(tn::TPString text) {
-    Warnings().emplace_back(text.IsEmpty() ? "" : text.c_str());
-}
 
 /// A fresh folder per test, the image folder pointed at it, warnings recorded; all restored.
 class ImageTest : public ::testing::Test {
@@ -38,16 +32,15 @@ class ImageTest : public ::testing::Test {
         fs::create_directories(dir_);
         savedFolder_ = tn::SpeicherPfad;
         tn::SpeicherPfad = dir_.string().c_str();
-        savedHook_ = tn::OnWarning;
-        tn::OnWarning = RecordWarning;
-        Warnings().clear();
+        capture_.emplace();
     }
 
     void TearDown() override {
-        tn::OnWarning = savedHook_;
+        capture_.reset();
         tn::SpeicherPfad = savedFolder_;
-        Warnings().clear();
     }
+
+    const std::vector<std::string>& Warnings() const { return capture_->Texts(); }
 
     fs::path Image(const std::string& name) const { return dir_ / (name + ".DAT"); }
 
@@ -55,7 +48,7 @@ class ImageTest : public ::testing::Test {
 
   private:
     tn::TPString savedFolder_;
-    tn::TPWarningHook savedHook_ = nullptr;
+    std::optional<tn::test::WarningCapture> capture_;
 };
 
 inline std::string ReadFile(const fs::path& path) {
