@@ -5,7 +5,6 @@
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <string>
 #include <system_error>
 
@@ -30,9 +29,11 @@ void ShowLogFile() {
             "Pr\xFC"
             "fsumme ok");
     }
-    std::ifstream in(path, std::ios::binary);
-    const std::string contents((std::istreambuf_iterator<char>(in)),
-                               std::istreambuf_iterator<char>());
+    std::error_code ec;
+    const std::uintmax_t size = fs::file_size(path, ec);
+    std::string contents(ec ? 0 : static_cast<std::size_t>(size), '\0');
+    std::ifstream(path, std::ios::binary)
+        .read(contents.data(), static_cast<std::streamsize>(contents.size()));
     std::printf("TPLogFile(\"logs/demo.log\"), Write, Append, Write, closed (%zu bytes):\n",
                 contents.size());
     std::size_t start = 0;
@@ -40,7 +41,6 @@ void ShowLogFile() {
          start = end + 2) {
         std::printf("  %s\\r\\n\n", ToUtf8(contents.substr(start, end - start).c_str()).c_str());
     }
-    std::error_code ec;
     fs::remove_all(folder, ec);
 }
 
