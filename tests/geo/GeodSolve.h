@@ -23,7 +23,11 @@ struct GeodAnswer {
 };
 
 inline bool GeodSolveAvailable() {
+#ifdef _WIN32
+    return false;  // the batch runs through a POSIX shell
+#else
     return std::system("command -v GeodSolve >/dev/null 2>&1") == 0;
+#endif
 }
 
 /// Coordinate units as an exact decimal text of degrees.
@@ -63,6 +67,7 @@ inline std::vector<GeodAnswer> RunGeodSolve(const std::vector<GeodQuery>& querie
     }
     const std::string command = "GeodSolve -i -p 9 " + options + " < '" + input.string() + "'";
     std::vector<GeodAnswer> answers;
+#ifndef _WIN32
     FILE* pipe = popen(command.c_str(), "r");
     if (pipe == nullptr) return answers;
     char line[256];
@@ -72,6 +77,7 @@ inline std::vector<GeodAnswer> RunGeodSolve(const std::vector<GeodQuery>& querie
         if (fields >> a.azi1 >> a.azi2 >> a.s12) answers.push_back(a);
     }
     pclose(pipe);
+#endif
     return answers;
 }
 
