@@ -44,13 +44,14 @@ AuxiliarySphere Evaluate(long double lambda, long double sinU1, long double cosU
 TPKursDistanz TPEllipsoid::crsdistance(double lat1, double lon1, double lat2, double lon2,
                                        bool& failed) const {
     failed = false;
-    const long double a = a_;
-    const long double f = f_;
+    using LD = long double;
+    const LD a = static_cast<LD>(a_);
+    const LD f = static_cast<LD>(f_);
     const long double b = a * (1.0L - f);
     // The method wants the longitude difference in [-pi, pi].
-    const long double L = std::remainder(static_cast<long double>(lon2) - lon1, 2.0L * kPi);
-    const long double U1 = std::atan((1.0L - f) * std::tan(static_cast<long double>(lat1)));
-    const long double U2 = std::atan((1.0L - f) * std::tan(static_cast<long double>(lat2)));
+    const long double L = std::remainder(static_cast<LD>(lon2) - static_cast<LD>(lon1), 2.0L * kPi);
+    const long double U1 = std::atan((1.0L - f) * std::tan(static_cast<LD>(lat1)));
+    const long double U2 = std::atan((1.0L - f) * std::tan(static_cast<LD>(lat2)));
     const long double sinU1 = std::sin(U1), cosU1 = std::cos(U1);
     const long double sinU2 = std::sin(U2), cosU2 = std::cos(U2);
 
@@ -76,7 +77,8 @@ TPKursDistanz TPEllipsoid::crsdistance(double lat1, double lon1, double lat2, do
     }
     if (!converged) {
         failed = true;
-        return geo::GreatCircle(a * (1.0L - f / 3.0L), lat1, lon1, lat2, lon2);
+        return geo::GreatCircle(a * (1.0L - f / 3.0L), static_cast<LD>(lat1), static_cast<LD>(lon1),
+                                static_cast<LD>(lat2), static_cast<LD>(lon2));
     }
     s = Evaluate(lambda, sinU1, cosU1, sinU2, cosU2);
 

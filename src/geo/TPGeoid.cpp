@@ -8,7 +8,9 @@ namespace tn {
 TPKursDistanz TPGeoid::crsdistance(double lat1, double lon1, double lat2, double lon2,
                                    bool& failed) const {
     failed = false;
-    return geo::GreatCircle(radius_, lat1, lon1, lat2, lon2);
+    using LD = long double;
+    return geo::GreatCircle(static_cast<LD>(radius_), static_cast<LD>(lat1), static_cast<LD>(lon1),
+                            static_cast<LD>(lat2), static_cast<LD>(lon2));
 }
 
 }  // namespace tn

@@ -27,7 +27,7 @@ std::int32_t WrappingDifference(std::int32_t a, std::int32_t b) {
 
 zkFloat AngleOf(std::int32_t units, int mode) {
     zkFloat value = units;
-    if (mode == kmBogen) value *= ArcProGrad;
+    if (mode == kmBogen) value *= static_cast<zkFloat>(ArcProGrad);
     return value * kDegreesPerUnit;
 }
 
@@ -51,8 +51,8 @@ TSKoordinate::TSKoordinate(double breite, double laenge, int mode) {
             SetLaenge(laenge, mode);
             break;
         case kmInteger:
-            breite_ = geo::TruncateToInt32(breite);
-            laenge_ = geo::TruncateToInt32(laenge);
+            breite_ = geo::TruncateToInt32(static_cast<zkFloat>(breite));
+            laenge_ = geo::TruncateToInt32(static_cast<zkFloat>(laenge));
             break;
         case kmLeer:
             break;
@@ -101,8 +101,8 @@ double TSKoordinate::LaengeGrad() const {
 }
 
 int TSKoordinate::SetInteger(double x, int mode) const {
-    zkFloat y = x * kUnitsPerDegree;
-    if (mode == kmBogen) y = y / ArcProGrad;
+    zkFloat y = static_cast<zkFloat>(x) * kUnitsPerDegree;
+    if (mode == kmBogen) y = y / static_cast<zkFloat>(ArcProGrad);
     return geo::TruncateToInt32(Round(y, 1.0L));
 }
 

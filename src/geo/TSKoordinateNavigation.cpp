@@ -23,6 +23,20 @@ constexpr int kEllipsoid = 100;
 // Below this many metres of error the offset point is left uncommented.
 constexpr zkFloat kCorrectionTolerance = 10.0L;
 
+// The package's constants, widened for the extended-precision intermediates.
+zkFloat EarthRadius() {
+    return static_cast<zkFloat>(ErdRadius);
+}
+zkFloat HalfTurn() {
+    return static_cast<zkFloat>(Pi);
+}
+zkFloat QuarterTurn() {
+    return static_cast<zkFloat>(Pi_2);
+}
+zkFloat RadiansPerDegree() {
+    return static_cast<zkFloat>(ArcProGrad);
+}
+
 struct Radians {
     zkFloat breite;
     zkFloat laenge;
@@ -34,7 +48,7 @@ Radians RadiansOf(const TSKoordinate& k) {
 
 // Central angle from its cosine, with the argument clamped so that rounding never yields NaN.
 zkFloat AngleFromCosine(zkFloat c) {
-    if (c <= -1.0L) return Pi;
+    if (c <= -1.0L) return HalfTurn();
     if (c >= 1.0L) return 0.0L;
     return std::acos(c);
 }
@@ -42,13 +56,13 @@ zkFloat AngleFromCosine(zkFloat c) {
 zkFloat FlatEarth(Radians p1, Radians p2) {
     const zkFloat dBreite = p1.breite - p2.breite;
     const zkFloat dLaenge = (p1.laenge - p2.laenge) * std::cos((p1.breite + p2.breite) * 0.5L);
-    return ErdRadius * std::sqrt(dLaenge * dLaenge + dBreite * dBreite);
+    return EarthRadius() * std::sqrt(dLaenge * dLaenge + dBreite * dBreite);
 }
 
 zkFloat LawOfCosines(Radians p1, Radians p2) {
     const zkFloat c = std::cos(p1.breite) * std::cos(p2.breite) * std::cos(p1.laenge - p2.laenge) +
                       std::sin(p1.breite) * std::sin(p2.breite);
-    return ErdRadius * AngleFromCosine(c);
+    return EarthRadius() * AngleFromCosine(c);
 }
 
 // The historical third formula, kept term for term (including its sine term) because stored
@@ -57,7 +71,7 @@ zkFloat HistoricalFormula(Radians p1, Radians p2) {
     const zkFloat x = (p2.laenge - p1.laenge) * std::cos(p1.breite);
     const zkFloat dBreite = p2.breite - p1.breite;
     const zkFloat c = std::cos(dBreite) * std::cos(x) + std::sin(dBreite) * std::sin(x);
-    return ErdRadius * AngleFromCosine(c);
+    return EarthRadius() * AngleFromCosine(c);
 }
 
 zkFloat Haversine(Radians p1, Radians p2) {
@@ -68,22 +82,23 @@ zkFloat Haversine(Radians p1, Radians p2) {
     const zkFloat s = std::sqrt(h);
     zkFloat a;
     if (s >= 1.0L) {
-        a = Pi_2;
+        a = QuarterTurn();
     } else if (s <= -1.0L) {
-        a = -Pi_2;
+        a = -QuarterTurn();
     } else {
         a = std::asin(s);
     }
-    return 2.0L * ErdRadius * a;
+    return 2.0L * EarthRadius() * a;
 }
 
 zkFloat OnEllipsoid(Radians p1, Radians p2) {
     const TPEllipsoid wgs84;
     bool failed = false;
-    return wgs84
-        .crsdistance(static_cast<double>(p1.breite), static_cast<double>(p1.laenge),
-                     static_cast<double>(p2.breite), static_cast<double>(p2.laenge), failed)
-        .Distanz;
+    return static_cast<zkFloat>(
+        wgs84
+            .crsdistance(static_cast<double>(p1.breite), static_cast<double>(p1.laenge),
+                         static_cast<double>(p2.breite), static_cast<double>(p2.laenge), failed)
+            .Distanz);
 }
 
 }  // namespace
@@ -122,7 +137,7 @@ double TSKoordinate::Kurs(TSKoordinate ziel) const {
     const zkFloat dBreite = p1.breite - p2.breite;
     const zkFloat dLaenge = (p1.laenge - p2.laenge) * std::cos((p1.breite + p2.breite) * 0.5L);
     if (dBreite == 0.0L) return dLaenge >= 0.0L ? 270.0 : 90.0;
-    zkFloat a = std::atan(dLaenge / dBreite) / ArcProGrad;
+    zkFloat a = std::atan(dLaenge / dBreite) / RadiansPerDegree();
     if (dBreite >= 0.0L && a < 0.0L) a += 360.0L;
     if (dBreite < 0.0L) a += 180.0L;
     a += 180.0L;
@@ -131,14 +146,14 @@ double TSKoordinate::Kurs(TSKoordinate ziel) const {
 }
 
 TSKoordinate::TSKoordinate(TSKoordinate punkt, zkFloat radius, zkFloat winkel, bool fein) {
-    const zkFloat k = radius / ErdRadius;
+    const zkFloat k = radius / EarthRadius();
     SetBreite(static_cast<double>(punkt.Breite(kmBogen) + std::cos(winkel) * k), kmBogen);
     SetLaenge(static_cast<double>(punkt.Laenge(kmBogen) +
                                   std::sin(winkel) * k / std::cos(Breite(kmBogen))),
               kmBogen);
     if (fein) {
         // One correction step against the distance formula in use.
-        const zkFloat k2 = (Entfernung(punkt) - radius) / ErdRadius;
+        const zkFloat k2 = (Entfernung(punkt) - radius) / EarthRadius();
         SetBreite(static_cast<double>(Breite(kmBogen) - std::cos(winkel) * k2), kmBogen);
         SetLaenge(static_cast<double>(Laenge(kmBogen) -
                                       std::sin(winkel) * k2 / std::cos(Breite(kmBogen))),

@@ -37,3 +37,14 @@ TEST(Constants, PowersOfTwo) {
     }
     EXPECT_EQ(_24Bit, 16777216);
 }
+
+TEST(Constants, PackageRestartSetsTheInitialValuesAgain) {
+    DistanzModus = 4;
+    KoordinatenMinutenFormat = 3;
+    PackageExit();
+    PackageStart();
+    EXPECT_EQ(DistanzModus, 2);
+    EXPECT_EQ(KoordinatenMinutenFormat, 0);
+    EXPECT_EQ(ArcProGrad, 0.017453292519943295);
+    EXPECT_EQ(Tag, 1.0);
+}
