@@ -19,7 +19,7 @@ constinit int correctionRadiusMisses = 0;
 // The number as the format "0" prints it: whole, halves away from zero.
 TPString WholeNumberText(long double value) {
     char text[64];
-    std::snprintf(text, sizeof text, "%.0Lf", std::round(value));
+    std::snprintf(text, sizeof text, "%.0f", static_cast<double>(std::round(value)));
     return TPString(text);
 }
 

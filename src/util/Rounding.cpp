@@ -11,7 +11,7 @@ namespace {
 
 TPString NumberText(zkFloat value) {
     char text[64];
-    std::snprintf(text, sizeof text, "%Lg", value);
+    std::snprintf(text, sizeof text, "%g", static_cast<double>(value));
     return TPString(text);
 }
 

@@ -25,7 +25,7 @@ int RunDist(const std::vector<std::string>& words) {
     tn::DistanzModus = static_cast<int>(mode);
     const tn::zkFloat metres = points[0].Entfernung(points[1]);
     tn::DistanzModus = previous;
-    std::printf("%.0Lf\n", metres);
+    std::printf("%.0f\n", static_cast<double>(metres));
     return kSuccess;
 }
 

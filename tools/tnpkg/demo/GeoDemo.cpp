@@ -17,8 +17,8 @@ void ShowGeo() {
     const int previous = DistanzModus;
     for (int mode : {1, 2, 3, 4, 100}) {
         DistanzModus = mode;
-        std::printf("distance to %s, DistanzModus %3d: %.0Lf m\n", wasserkuppe.IGCString().c_str(),
-                    mode, unterwoessen.Entfernung(wasserkuppe));
+        std::printf("distance to %s, DistanzModus %3d: %.0f m\n", wasserkuppe.IGCString().c_str(),
+                    mode, static_cast<double>(unterwoessen.Entfernung(wasserkuppe)));
     }
     DistanzModus = previous;
     std::printf("course there: %.2f degrees\n", unterwoessen.Kurs(wasserkuppe));
