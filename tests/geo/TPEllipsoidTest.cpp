@@ -63,7 +63,7 @@ std::vector<Pair> RandomPairs() {
         if (SphericalSeparation(a, b) > 178.0) continue;
         pairs.push_back({a, b});
     }
-    // Special places: the equator, meridians, the poles, across the date line.
+    // Awkward places: the equator, meridians, the poles, across the date line.
     pairs.push_back({TSKoordinate(0, 0), TSKoordinate(0, 1000000000)});
     pairs.push_back({TSKoordinate(0, 100000000), TSKoordinate(0, -100000000)});
     pairs.push_back({TSKoordinate(475000000, 112500000), TSKoordinate(-475000000, 112500000)});
