@@ -13,6 +13,7 @@
 #include <tnpackage/util/zkFloat.h>
 
 #include <cstdint>
+#include <type_traits>
 
 namespace tn {
 
@@ -151,5 +152,9 @@ class TN_EXPORT TSKoordinate {
     std::int32_t breite_ = 0;
     std::int32_t laenge_ = 0;
 };
+
+// Hosts and records hold coordinates as exactly these two integers.
+static_assert(sizeof(TSKoordinate) == 2 * sizeof(std::int32_t));
+static_assert(std::is_standard_layout_v<TSKoordinate>);
 
 }  // namespace tn
