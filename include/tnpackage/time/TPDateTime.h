@@ -45,6 +45,7 @@
 #include <tnpackage/text/TPString.h>
 
 #include <cstdint>
+#include <type_traits>
 
 namespace tn {
 
@@ -125,6 +126,15 @@ class TN_EXPORT TPDateTime {
     TPDateTime& operator-=(double days);
     TPDateTime operator+(double days) const;
     TPDateTime operator-(double days) const;
+    // Whole numbers of days too, so that `t + 1` is not torn between this and double + int.
+    template <class Number>
+    requires std::is_arithmetic_v<Number> TPDateTime operator+(Number days) const {
+        return TPDateTime(value_ + static_cast<double>(days));
+    }
+    template <class Number>
+    requires std::is_arithmetic_v<Number> TPDateTime operator-(Number days) const {
+        return TPDateTime(value_ - static_cast<double>(days));
+    }
 
     // ---- conversions from fields --------------------------------------------------------------
     /// Date at time 0. Two-digit years: 0-89 are 2000-2089, 90-99 are 1990-1999. Day and month
