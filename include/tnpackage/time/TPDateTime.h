@@ -137,11 +137,11 @@ class TN_EXPORT TPDateTime {
     }
 
     // ---- conversions from fields --------------------------------------------------------------
-    /// Date at time 0. Two-digit years: 0-89 are 2000-2089, 90-99 are 1990-1999. Day and month
-    /// below 1 give 0; months above 12 give 0 too. The day is not checked against the month:
-    /// 31 February lands in early March.
+    /// Date at time 0. Two-digit years: 0-89 are 2000-2089, 90-99 are 1990-1999 (every year
+    /// below 90 counts, so -1 is 1999). Day and month below 1 give 0; months above 12 give 0
+    /// too. The day is not checked against the month: 31 February lands in early March.
     void DateKonvert(short day, short month, short year);
-    /// Time of day only (date part 0); any negative field gives 0. 24 hours or more give a value
+    /// Time of day only (no date); any negative field gives 0. 24 hours or more give a value
     /// of a day or more.
     void TimeKonvert(short hour, short minute, short second, short hundredths);
     /// Time of day from four packed-decimal bytes: hour, minute, second, tenths of a second.
@@ -152,7 +152,8 @@ class TN_EXPORT TPDateTime {
     /// month 21-24, year - 1980 in 25-31 (meaningful for 1980-2107; other years wrap).
     std::uint32_t FileDate() const;
 
-    // ---- fixed-position text readers (value replaced; a non-numeric field gives 0) ------------
+    // ---- fixed-position text readers (value replaced; a field that is not a number, or is
+    // negative, gives 0) ---------------------------------------------------------------------
     void GetDate6(const TPString& text);        ///< DDMMYY
     void GetDateInvers6(const TPString& text);  ///< YYMMDD
     void GetDate8(const TPString& text);        ///< DD.MM.YY or DD.MM.YYYY
