@@ -32,4 +32,13 @@ inline constexpr int kTenThousandthsPerSecond = 10000;
 /// Calendar fields of a whole day number (1 = 1 January 1900); false outside years 0-65535.
 bool DateOfDay(double wholeDays, int& day, int& month, int& year);
 
+struct Fields {
+    int day = 0, month = 0, year = 0;
+    int hour = 0, minute = 0, second = 0, hundredths = 0;
+};
+
+/// The fields a printer shows: date and time both from the value rounded to a hundredth, so
+/// that a time rounding up to midnight also moves the date to the next day.
+Fields PrintedFields(double value);
+
 }  // namespace tn::calendar

@@ -104,6 +104,18 @@ bool DateOfDay(double wholeDays, int& day, int& month, int& year) {
     return true;
 }
 
+Fields PrintedFields(double value) {
+    Fields f;
+    unsigned short hour = 0, minute = 0, second = 0, tenThousandths = 0;
+    TPDateTime(value).DecodeTime(&hour, &minute, &second, &tenThousandths);
+    f.hour = hour;
+    f.minute = minute;
+    f.second = second;
+    f.hundredths = tenThousandths / 100;
+    DateOfDay(std::floor(value + kHalfHundredth), f.day, f.month, f.year);
+    return f;
+}
+
 }  // namespace calendar
 
 TPDateTime::TPDateTime(int n, PDateTimeFlag f) {

@@ -14,25 +14,6 @@ namespace tn {
 
 namespace {
 
-struct Fields {
-    int day = 0, month = 0, year = 0;
-    int hour = 0, minute = 0, second = 0, hundredths = 0;
-};
-
-// Date and time both from the value rounded to a hundredth, so that a time rounding up to
-// midnight also moves the date to the next day.
-Fields FieldsOf(double value) {
-    Fields f;
-    unsigned short hour = 0, minute = 0, second = 0, tenThousandths = 0;
-    TPDateTime(value).DecodeTime(&hour, &minute, &second, &tenThousandths);
-    f.hour = hour;
-    f.minute = minute;
-    f.second = second;
-    f.hundredths = tenThousandths / 100;
-    calendar::DateOfDay(std::floor(value + calendar::kHalfHundredth), f.day, f.month, f.year);
-    return f;
-}
-
 int TwoDigitYear(int year) {
     return year % 100;
 }
@@ -65,7 +46,7 @@ TPString ShortMonthName(int month) {
 }  // namespace
 
 TPString TPDateTime::String(PDateTimeFlag f) const {
-    const Fields t = FieldsOf(value_);
+    const calendar::Fields t = calendar::PrintedFields(value_);
     switch (f) {
         case PDateTimeFlag::Time:
             return Printed("%02d%02d%02d", t.hour, t.minute, t.second);

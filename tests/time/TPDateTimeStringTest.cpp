@@ -144,3 +144,38 @@ TEST(TPDateTimeStringTest, TestDateIsTheFifteenthOfMay2100) {
 }
 
 }  // namespace
+
+namespace {
+
+std::string Formatted(double value, const char* pattern) {
+    return Text(TPDateTime(value).FormatString(TPString(pattern, 0)));
+}
+
+TEST(TPDateTimeStringTest, FormatStringFillsAPatternOfFields) {
+    ClockPin pin;
+    Sprache = 0;
+    EXPECT_EQ(Formatted(kSample, "dd.mm.yyyy hh:nn:ss"), "15.07.2012 07:05:09");
+    EXPECT_EQ(Formatted(kSample, "DD.MM.YYYY HH:NN:SS.ZZ"), "15.07.2012 07:05:09.67");
+    EXPECT_EQ(Formatted(kSample, "d. mmmm yyyy, hh:nn 'Uhr'"), "15. Juli 2012, 07:05 Uhr");
+    EXPECT_EQ(Formatted(kSample, "d.m.yy h:n:s"), "15.7.12 7:5:9");
+    EXPECT_EQ(Formatted(kSample, "dmmmyy"), "15Jul12");
+    EXPECT_EQ(Formatted(kSample, "\"day\" d"), "day 15");
+    EXPECT_EQ(Formatted(kSample, "'open"), "open");
+    EXPECT_EQ(Formatted(kSample, "yyyyyy"), "201212");
+    EXPECT_EQ(Formatted(kSample, "-/ ,x"), "-/ ,x");
+    EXPECT_EQ(Formatted(kSample, ""), "");
+    EXPECT_EQ(Formatted(Date(3, 3, 2012), "d. mmmm"), "3. M\xE4rz");
+    Sprache = 1;
+    EXPECT_EQ(Formatted(kSample, "d. mmmm yyyy"), "15. July 2012");
+    EXPECT_EQ(Formatted(Date(3, 3, 2012), "mmm mmmm"), "Mar March");
+    EXPECT_EQ(Formatted(Date(3, 8, 2012), "mmmm"), "August");  // no English entry: German
+    // The same fields as the fixed forms.
+    for (double v = 30000.0; v < 50000.0; v += 123.4567) {
+        const TPDateTime t(v);
+        ASSERT_EQ(Formatted(v, "dd.mm.yyyy"), Text(t.DateString()));
+        ASSERT_EQ(Formatted(v, "hh:nn:ss"), Text(t.TimeString()));
+        ASSERT_EQ(Formatted(v, "ddmmyyhhnnss"), Text(t.String(33)));
+    }
+}
+
+}  // namespace

@@ -186,6 +186,12 @@ class TN_EXPORT TPDateTime {
     TPString DateString() const;
     /// HH:MM:SS
     TPString TimeString() const;
+    /// The value in a pattern of fields, letters in either case: yyyy and yy the year, mmmm and
+    /// mmm the month's long and short name in the language `Sprache`, mm and m its number, dd
+    /// and d the day, hh and h the hour, nn and n the minute, ss and s the second, zz the
+    /// hundredths; text in double or single quotes, and every other character, as it stands.
+    /// "d. mmmm yyyy, hh:nn 'Uhr'" gives "15. Juli 2012, 07:05 Uhr".
+    TPString FormatString(const TPString& pattern) const;
 
     // ---- the package clock --------------------------------------------------------------------
     /// Counter running (ZehntelTimer >= 1): ResetTime plus the counted tenths; else the

@@ -21,7 +21,9 @@ void ShowTime() {
     std::printf("  as flag 44 \"%s\", flag 43 \"%s\", IGC short date \"%s\"\n",
                 ToUtf8(flight.String(44)).c_str(), ToUtf8(flight.String(43)).c_str(),
                 ToUtf8(flight.String(PDateTimeFlag::IGCShortDate)).c_str());
-    std::printf("  packed FAT date 0x%08X\n", static_cast<unsigned>(flight.FileDate()));
+    std::printf("  packed FAT date 0x%08X; in words \"%s\"\n",
+                static_cast<unsigned>(flight.FileDate()),
+                ToUtf8(flight.FormatString(TPString("d. mmmm yyyy, hh:nn 'Uhr'", 0))).c_str());
     const unsigned char stamp[] = {0x15, 0x07, 0x12, 0x07, 0x05, 0x09};
     const TPDateTime device(stamp, 6, PDateTimeFlag::DateTime);
     std::printf("device bytes 15 07 12 07 05 09 with flag 33 read as binary: %s %s\n",
