@@ -21,6 +21,9 @@
 // CRC checksums.
 
 // Date and time.
+#include <tnpackage/time/Clock.h>
+#include <tnpackage/time/MessTime.h>
+#include <tnpackage/time/TPDateTime.h>
 
 // Coordinates and constants.
 #include <tnpackage/geo/Constants.h>
