@@ -19,6 +19,8 @@
 // Lists and persistent records.
 
 // CRC checksums.
+#include <tnpackage/crc/CrcFunctions.h>
+#include <tnpackage/crc/TPCRC.h>
 
 // Date and time.
 
@@ -26,7 +28,9 @@
 #include <tnpackage/geo/Constants.h>
 
 // Device memory and FAT volume.
+#include <tnpackage/storage/TPDateiInfo.h>
 
 // Flash memory model.
 
 // Utilities.
+#include <tnpackage/util/Reflect.h>
