@@ -12,6 +12,7 @@
 
 #include "ProcessRunner.h"
 #include "TextbookCrc.h"
+#include "support/RunTool.h"
 
 namespace {
 
@@ -19,21 +20,26 @@ using namespace crctest;
 
 class CrcCommand : public testing::Test {
   protected:
+    // The tool runs in the scratch folder, so that file names stay short.
     void SetUp() override {
         if (std::string(TN_TNPKG_PATH).empty()) GTEST_SKIP() << "tnpkg is not built";
         folder_ = ScratchFolder();
-        check_ = folder_ / "check.txt";
-        std::ofstream(check_, std::ios::binary) << "123456789";
+        std::ofstream(folder_ / "check.txt", std::ios::binary) << "123456789";
+        savedFolder_ = std::filesystem::current_path();
+        std::filesystem::current_path(folder_);
+    }
+    void TearDown() override {
+        if (!savedFolder_.empty()) std::filesystem::current_path(savedFolder_);
     }
 
-    // Runs `tnpkg crc <arguments>` in the scratch folder, so that file names stay short.
-    ProcessResult Crc(const std::string& arguments) const {
-        return RunProcess("cd " + Quoted(folder_) + " && " + Quoted(TN_TNPKG_PATH) + " crc " +
-                          arguments + " 2>" + Quoted(folder_ / "stderr.txt"));
+    static tn::test::ToolResult Crc(const std::string& arguments) {
+        return tn::test::RunTool("crc " + arguments);
     }
 
     std::filesystem::path folder_;
-    std::filesystem::path check_;
+
+  private:
+    std::filesystem::path savedFolder_;
 };
 
 TEST_F(CrcCommand, PresetsOnTheCheckText) {
@@ -44,14 +50,14 @@ TEST_F(CrcCommand, PresetsOnTheCheckText) {
         {"ibm-sdlc", "0x906E"},
     };
     for (const auto& [name, value] : presets) {
-        const ProcessResult r = Crc(std::string("--preset ") + name + " check.txt");
+        const tn::test::ToolResult r = Crc(std::string("--preset ") + name + " check.txt");
         EXPECT_EQ(r.status, 0) << name;
         EXPECT_EQ(r.output, std::string(value) + "  check.txt\n") << name;
     }
 }
 
 TEST_F(CrcCommand, StandardInputAndSeveralFiles) {
-    ProcessResult r = Crc("< check.txt");
+    tn::test::ToolResult r = Crc("< check.txt");
     EXPECT_EQ(r.status, 0);
     EXPECT_EQ(r.output, "0x31C3  -\n");  // xmodem is the default
 
@@ -106,11 +112,11 @@ TEST_F(CrcCommand, BadUsageAndUnreadableFiles) {
           "--preset arc --width 16 --poly 7 check.txt", "--reflected check.txt",
           "--preset arc --xorin 256 check.txt", "--preset crc7 --init 1 check.txt",
           "--preset arc --init 0x100000000 check.txt", "--frobnicate check.txt", "--preset"}) {
-        const ProcessResult r = Crc(arguments);
+        const tn::test::ToolResult r = Crc(arguments);
         EXPECT_EQ(r.status, 2) << arguments;
         EXPECT_EQ(r.output, "") << arguments;
     }
-    const ProcessResult r = Crc("no-such-file check.txt");
+    const tn::test::ToolResult r = Crc("no-such-file check.txt");
     EXPECT_EQ(r.status, 1);
     EXPECT_EQ(r.output, "0x31C3  check.txt\n");
 }

@@ -13,33 +13,19 @@
 #include <vector>
 
 #include "TextbookCrc.h"
+#include "support/WarningCapture.h"
 
 namespace {
 
 using namespace crctest;
 
-std::vector<std::string> warnings;
-void RecordWarning(tn::TPString text) {
-    warnings.emplace_back(text.c_str() ? text.c_str() : "");
-}
-
 class CheckTest : public testing::Test {
   protected:
-    void SetUp() override {
-        savedHook_ = tn::OnWarning;
-        savedEnabled_ = tn::WrnEnabled;
-        tn::OnWarning = RecordWarning;
-        tn::WrnEnabled = true;
-        warnings.clear();
-    }
-    void TearDown() override {
-        tn::OnWarning = savedHook_;
-        tn::WrnEnabled = savedEnabled_;
-    }
+    const std::vector<std::string>& Warnings() const { return capture_.Texts(); }
+    void ClearWarnings() { capture_.Clear(); }
 
   private:
-    tn::TPWarningHook savedHook_ = nullptr;
-    bool savedEnabled_ = true;
+    tn::test::WarningCapture capture_;
 };
 
 void PutLittleEndian(std::vector<std::uint8_t>& block, std::size_t at, std::uint32_t value) {
@@ -69,17 +55,17 @@ TEST_F(CheckTest, GoodAndDamagedFiles) {
     std::vector<std::uint8_t> file = MakeFile(1000, rng);
     tn::TPDateiInfo node = Node(file);
     EXPECT_TRUE(crc.Check(&node));
-    EXPECT_TRUE(warnings.empty());
+    EXPECT_TRUE(Warnings().empty());
 
     file[500] ^= 0x10;
     const std::uint32_t computed = TextbookCrc(kBzip2, file.data(), 1000);
     const std::uint32_t stored = file[1000] | file[1001] << 8 | file[1002] << 16 |
                                  static_cast<std::uint32_t>(file[1003]) << 24;
     EXPECT_FALSE(crc.Check(&node));
-    ASSERT_EQ(warnings.size(), 1U);
+    ASSERT_EQ(Warnings().size(), 1U);
     char expected[64];
     std::snprintf(expected, sizeof expected, "%08X (000003E8 Bytes) <==> %08X", computed, stored);
-    EXPECT_EQ(warnings[0], expected);
+    EXPECT_EQ(Warnings()[0], expected);
 
     // Bytes after the stored CRC are not the check's business.
     std::vector<std::uint8_t> longer = MakeFile(64, rng);
@@ -91,20 +77,18 @@ TEST_F(CheckTest, GoodAndDamagedFiles) {
 TEST_F(CheckTest, WarningShowsEightDigitsEvenForSmallValues) {
     // A calculator with start 0 and no final XOR over 16 zero bytes gives CRC 0; the stored
     // word is 1: both print with leading zeros.
-    const tn::TPCRC crc = MakeCrc(32, 0x04C11DB7, kNormal);
-    tn::TPCRC plain = crc;
+    tn::TPCRC plain = MakeCrc(32, 0x04C11DB7, kNormal);
     plain.Set(0, 0);
     std::vector<std::uint8_t> block(20, 0);
-    PutLittleEndian(block, 12, 0);
-    block[12] = 16;  // length 16: the content is twelve zeros and the length word
+    PutLittleEndian(block, 12, 16);  // the content: twelve zeros and the length word
     PutLittleEndian(block, 16, 1);
     const std::uint32_t computed = plain.Create(block.data(), 16);
     tn::TPDateiInfo node = Node(block);
     EXPECT_FALSE(plain.Check(&node));
-    ASSERT_EQ(warnings.size(), 1U);
+    ASSERT_EQ(Warnings().size(), 1U);
     char expected[64];
     std::snprintf(expected, sizeof expected, "%08X (00000010 Bytes) <==> 00000001", computed);
-    EXPECT_EQ(warnings[0], expected);
+    EXPECT_EQ(Warnings()[0], expected);
 }
 
 TEST_F(CheckTest, ShortLengthsAreCheckedAsTheyStand) {
@@ -116,7 +100,7 @@ TEST_F(CheckTest, ShortLengthsAreCheckedAsTheyStand) {
     PutLittleEndian(block, 4, value);
     tn::TPDateiInfo node = Node(block);
     EXPECT_TRUE(crc.Check(&node));
-    EXPECT_TRUE(warnings.empty());
+    EXPECT_TRUE(Warnings().empty());
 }
 
 TEST_F(CheckTest, ZeroOrNegativeLengthIsFalseWithoutMessage) {
@@ -128,12 +112,12 @@ TEST_F(CheckTest, ZeroOrNegativeLengthIsFalseWithoutMessage) {
     EXPECT_FALSE(crc.Check(&node));
     PutLittleEndian(block, 12, 0xFFFFFFFFU);
     EXPECT_FALSE(crc.Check(&node));
-    EXPECT_TRUE(warnings.empty());
+    EXPECT_TRUE(Warnings().empty());
     // Nothing to check at all: no node, or nothing loaded.
     EXPECT_FALSE(crc.Check(nullptr));
     tn::TPDateiInfo empty;
     EXPECT_FALSE(crc.Check(&empty));
-    EXPECT_TRUE(warnings.empty());
+    EXPECT_TRUE(Warnings().empty());
 }
 
 TEST_F(CheckTest, LengthWordPastTheBlockIsAMismatchWithoutReadingThere) {
@@ -143,27 +127,27 @@ TEST_F(CheckTest, LengthWordPastTheBlockIsAMismatchWithoutReadingThere) {
         std::vector<std::uint8_t> block(64, 0x33);
         PutLittleEndian(block, 12, length);
         tn::TPDateiInfo node = Node(block);
-        warnings.clear();
+        ClearWarnings();
         EXPECT_FALSE(crc.Check(&node)) << length;
-        ASSERT_EQ(warnings.size(), 1U) << length;
-        EXPECT_NE(warnings[0].find("(64 Bytes)"), std::string::npos) << warnings[0];
+        ASSERT_EQ(Warnings().size(), 1U) << length;
+        EXPECT_NE(Warnings()[0].find("(64 Bytes)"), std::string::npos) << Warnings()[0];
     }
     // L = 60 is the last length whose CRC word still fits.
     std::vector<std::uint8_t> fits(64, 0x33);
     PutLittleEndian(fits, 12, 60);
     tn::TPDateiInfo fitsNode = Node(fits);
-    warnings.clear();
+    ClearWarnings();
     EXPECT_FALSE(crc.Check(&fitsNode));
-    ASSERT_EQ(warnings.size(), 1U);
-    EXPECT_NE(warnings[0].find(" (0000003C Bytes) <==> 33333333"), std::string::npos)
-        << warnings[0];
+    ASSERT_EQ(Warnings().size(), 1U);
+    EXPECT_NE(Warnings()[0].find(" (0000003C Bytes) <==> 33333333"), std::string::npos)
+        << Warnings()[0];
 
     // A block too short to hold the length word.
     std::vector<std::uint8_t> tiny(15, 0);
     tn::TPDateiInfo tinyNode = Node(tiny);
-    warnings.clear();
+    ClearWarnings();
     EXPECT_FALSE(crc.Check(&tinyNode));
-    EXPECT_EQ(warnings.size(), 1U);
+    EXPECT_EQ(Warnings().size(), 1U);
 }
 
 TEST_F(CheckTest, SilencedWarningsStillGiveFalse) {
@@ -174,7 +158,7 @@ TEST_F(CheckTest, SilencedWarningsStillGiveFalse) {
     tn::TPDateiInfo node = Node(file);
     tn::WrnEnabled = false;
     EXPECT_FALSE(crc.Check(&node));
-    EXPECT_TRUE(warnings.empty());
+    EXPECT_TRUE(Warnings().empty());
 }
 
 }  // namespace
