@@ -39,7 +39,7 @@ bool TPCRC::Check(TPDateiInfo* datei) const {
     }
     const auto length = static_cast<std::int32_t>(ReadLittleEndian32(block + kLengthOffset));
     if (length < 1) return false;
-    // The original read past the block here; a stored CRC outside the file is a mismatch.
+    // A stored CRC behind the end of the block cannot match; it is never read.
     if (std::int64_t{length} + kWordBytes > size) {
         Warning(TPString("CRC-Check: L\xE4nge ") + Hex(static_cast<std::uint32_t>(length)) +
                 " gr\xF6\xDF"

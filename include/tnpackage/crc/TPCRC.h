@@ -24,7 +24,8 @@ class TN_EXPORT TPCRC {
 
     /// Builds the table for the bit order of CRCInsertMode (1 = reflected, else normal). Start
     /// and final XOR are all ones for width 32, 0 otherwise; byte XOR 0. Widths outside 1..32
-    /// never fault: up to 0 all results are 0, above 32 the table is empty.
+    /// never fault: from 0 down the mask is 0, so every setting and table CRC is 0; above 32
+    /// the table is empty.
     TPCRC(int width, int polynomial);
 
     /// Start and final XOR, both cut to the width; the byte XOR becomes 0.
@@ -48,7 +49,9 @@ class TN_EXPORT TPCRC {
 
     /// Checks the trailing 32-bit CRC of a loaded file: the length word L at offset 12 of the
     /// file's block, the CRC of its first L bytes against the word at offset L. A mismatch is
-    /// reported through Warning.
+    /// reported through Warning. No node, nothing loaded, or L below 1: false without a
+    /// message. A block too short for the length word, or an L whose stored CRC would lie
+    /// behind the block's end: false with a warning, and nothing outside the block is read.
     bool Check(TPDateiInfo* datei) const;
 
     // ---- read access to the settings ----------------------------------------------------------
