@@ -117,16 +117,4 @@ TEST(CreateCRC7, MatchesBoostAndTheTextbookOverRandomData) {
     }
 }
 
-// Boost's crc_xmodem_type is a reflected variant; the XMODEM parameters are spelled out.
-TEST(CreateCRC16, MatchesBoostWithXmodemParameters) {
-    tn::InitCRC16();
-    std::mt19937 rng(8);
-    for (std::size_t n : {3U, 64U, 999U}) {
-        const std::vector<std::uint8_t> data = RandomBytes(rng, n);
-        boost::crc_optimal<16, 0x1021, 0, 0, false, false> boostCrc;
-        boostCrc.process_bytes(data.data(), data.size());
-        EXPECT_EQ(tn::CreateCRC16(data.data(), static_cast<int>(n)), boostCrc.checksum());
-    }
-}
-
 }  // namespace

@@ -150,15 +150,4 @@ TEST_F(CheckTest, LengthWordPastTheBlockIsAMismatchWithoutReadingThere) {
     EXPECT_EQ(Warnings().size(), 1U);
 }
 
-TEST_F(CheckTest, SilencedWarningsStillGiveFalse) {
-    std::mt19937 rng(1);
-    const tn::TPCRC crc = MakeCrc(32, 0x04C11DB7, kNormal);
-    std::vector<std::uint8_t> file = MakeFile(100, rng);
-    file[0] ^= 1;
-    tn::TPDateiInfo node = Node(file);
-    tn::WrnEnabled = false;
-    EXPECT_FALSE(crc.Check(&node));
-    EXPECT_TRUE(Warnings().empty());
-}
-
 }  // namespace
