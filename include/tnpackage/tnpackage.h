@@ -19,6 +19,8 @@
 // Lists and persistent records.
 
 // CRC checksums.
+#include <tnpackage/crc/CrcFunctions.h>
+#include <tnpackage/crc/TPCRC.h>
 
 // Date and time.
 #include <tnpackage/time/Clock.h>
@@ -32,9 +34,11 @@
 #include <tnpackage/geo/TSKoordinate.h>
 
 // Device memory and FAT volume.
+#include <tnpackage/storage/TPDateiInfo.h>
 
 // Flash memory model.
 
 // Utilities.
+#include <tnpackage/util/Reflect.h>
 #include <tnpackage/util/Rounding.h>
 #include <tnpackage/util/zkFloat.h>
