@@ -2,12 +2,13 @@
 #include <tnpackage/util/TPLogFile.h>
 
 #include <tnpackage/frame/Globals.h>
+#include <tnpackage/time/Clock.h>
+#include <tnpackage/time/TPDateTime.h>
 
 #include <cstring>
 #include <string>
 
 #include "platform/Platform.h"
-#include "util/LogClock.h"
 
 namespace tn {
 
@@ -57,7 +58,8 @@ TPLogFile::TPLogFile(TPString name, bool append) {
     }
 
     const TPString stars = TPString::StringOfChar('*', kOpeningStars);
-    Write(stars + " " + logfile::CurrentDateTimeText() + " " + stars);
+    const TPString now = TPDateTime::CurrentDateTime().String(PDateTimeFlag::DateTime);
+    Write(stars + " " + now + " " + stars);
 }
 
 TPLogFile::~TPLogFile() {
@@ -74,7 +76,8 @@ void TPLogFile::Write(TPString text) {
 }
 
 void TPLogFile::TimeWrite(TPString text) {
-    Write(logfile::CurrentTimeText() + ", " + text);
+    // The package clock's UTC time of day, as HH:MM:SS.
+    Write(CurrentTime().TimeString() + ", " + text);
 }
 
 void TPLogFile::Append(TPString text) {

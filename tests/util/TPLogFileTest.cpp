@@ -4,11 +4,12 @@
 
 #include <sys/mman.h>
 
+#include <cmath>
+#include <cstdint>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
-#include <regex>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -21,8 +22,8 @@ using tn::TPString;
 
 const std::string kStars20(20, '*');
 const std::string kClosing = std::string(62, '*') + "\r\n";
-// The opening line around its date and time (the clock's text is checked on its own below).
-const std::regex kOpening(R"(\*{20} [^\r\n*]+ \*{20}\r\n)");
+// With the clock pinned at 12:01:00 on 15 July 2012 (below): DDMMYYHHMMSS.
+const std::string kOpening = kStars20 + " 150712120100 " + kStars20 + "\r\n";
 
 std::string ReadFile(const fs::path& path) {
     std::ifstream in(path, std::ios::binary);
@@ -46,21 +47,28 @@ class TPLogFileTest : public ::testing::Test {
         fs::create_directories(dir_);
         savedLog_ = tn::LogFile;
         savedIdeRun_ = tn::IDERun;
+        // The counted clock: noon of 15 July 2012 plus 600 tenths, two hours ahead of UTC.
+        savedTimer_ = tn::ZehntelTimer;
+        savedResetTime_ = tn::ResetTime;
+        savedOffsetHours_ = static_cast<int>(std::lround(tn::UTCOffset() * 24));
+        tn::ResetTime = tn::TPDateTime(15, 7, 2012) + 0.5;
+        tn::ZehntelTimer = 600;
+        tn::SetUTCOffset(2);
     }
     void TearDown() override {
         tn::LogFile = savedLog_;
         tn::IDERun = savedIdeRun_;
+        tn::ZehntelTimer = savedTimer_;
+        tn::ResetTime = savedResetTime_;
+        tn::SetUTCOffset(savedOffsetHours_);
     }
 
     std::string Path(const char* name) const { return (dir_ / name).string(); }
 
-    // The file's contents with the opening line taken off; empty when it does not open the file.
+    // The file's contents with the opening line taken off.
     static std::string AfterOpening(const std::string& contents) {
-        std::smatch m;
-        if (!std::regex_search(contents, m, kOpening, std::regex_constants::match_continuous)) {
-            return "<no opening line>";
-        }
-        return m.suffix().str();
+        if (contents.rfind(kOpening, 0) != 0) return "<no opening line> " + contents;
+        return contents.substr(kOpening.size());
     }
 
     fs::path dir_;
@@ -68,15 +76,16 @@ class TPLogFileTest : public ::testing::Test {
   private:
     TPLogFile* savedLog_ = nullptr;
     bool savedIdeRun_ = false;
+    std::int32_t savedTimer_ = 0;
+    tn::TPDateTime savedResetTime_;
+    int savedOffsetHours_ = 0;
 };
 
 TEST_F(TPLogFileTest, LinesEndInCarriageReturnLineFeedBetweenOpeningAndClosingLines) {
     const std::string path = Path("plain.log");
     {
         TPLogFile log(path.c_str(), false);
-        std::string opening = ReadFile(path);
-        EXPECT_TRUE(std::regex_match(opening, kOpening)) << opening;
-        EXPECT_EQ(opening.substr(0, 21), kStars20 + " ");
+        EXPECT_EQ(ReadFile(path), kOpening);
         log.Write("erste Zeile");
         log.Write(TPString());
         log.Write(
@@ -98,10 +107,8 @@ TEST_F(TPLogFileTest, AppendContinuesTheLastLine) {
         log.Append("b");
         log.Append("");
     }
-    const std::string contents = ReadFile(path);
-    ASSERT_GE(contents.size(), 41u);
-    const std::size_t firstBreak = contents.find("\r\n");
-    EXPECT_EQ(contents.substr(firstBreak - 27), kStars20 + " weiter\r\nab\r\n" + kClosing);
+    EXPECT_EQ(ReadFile(path),
+              kStars20 + " 150712120100 " + kStars20 + " weiter\r\nab\r\n" + kClosing);
 
     // On an emptied file the text goes to the start; on a one-byte file after that byte.
     {
@@ -149,14 +156,16 @@ TEST_F(TPLogFileTest, MissingFoldersAreCreatedAndAnUnopenableLogIsHarmless) {
     EXPECT_TRUE(fs::is_empty(dir_ / "taken.log"));
 }
 
-TEST_F(TPLogFileTest, TimeWritePutsTheTimeBeforeTheText) {
+TEST_F(TPLogFileTest, TimeWritePutsTheUtcTimeOfDayBeforeTheText) {
     const std::string path = Path("time.log");
     {
         TPLogFile log(path.c_str(), false);
         log.TimeWrite("Start");
+        tn::ZehntelTimer += 36000;  // one hour later
+        log.TimeWrite("");
     }
-    const std::string body = AfterOpening(ReadFile(path));
-    EXPECT_TRUE(std::regex_match(body, std::regex(R"([^\r\n,]+, Start\r\n\*{62}\r\n)"))) << body;
+    // 12:01:00 local is 10:01:00 UTC.
+    EXPECT_EQ(AfterOpening(ReadFile(path)), "10:01:00, Start\r\n11:01:00, \r\n" + kClosing);
 }
 
 TEST_F(TPLogFileTest, TheDevelopmentEnvironmentIsRecognisedFromItsVariable) {
@@ -203,8 +212,7 @@ TEST_F(TPLogFileTest, AStringFaultLeavesALineInTheLogWhileOneExists) {
     tn::LogFile = &recording;
     (void)TPString(bad, 0);
     recording.TimeWrite("t");
-    EXPECT_EQ(recording.lines.substr(0, 20), "TP-String-Exception|");
-    EXPECT_TRUE(std::regex_match(recording.lines.substr(20), std::regex(R"([^|]+, t\|)")));
+    EXPECT_EQ(recording.lines, "TP-String-Exception|10:01:00, t|");
     tn::LogFile = nullptr;
     ::munmap(page, 4096);
 }

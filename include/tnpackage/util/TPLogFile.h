@@ -1,5 +1,12 @@
 // A plain-text log on the PC: one line per entry, each ended by CR LF, framed by a dated opening
-// line and a closing line of stars.
+// line and a closing line of stars:
+//
+//   ******************** 150712120100 ********************     (date and time as DDMMYYHHMMSS)
+//   ...
+//   **************************************************************
+//
+// All times come from the package clock (tn/time/Clock.h), so a host that counts ZehntelTimer
+// gets its counted time in the log.
 //
 // The package keeps one log, LogFile, which the host creates and assigns. While it exists, the
 // string class writes "TP-String-Exception" into it when it meets a text pointer it cannot read.
@@ -23,7 +30,8 @@ class TN_EXPORT TPLogFile {
     static constexpr const char* kDevelopmentVariable = "TN_IDE_RUN";
 
     /// Opens the log (creating its folder), appending when `append` is set and the file
-    /// exists, otherwise emptying or creating it, and writes the opening line.
+    /// exists, otherwise emptying or creating it, and writes the opening line with the package
+    /// clock's local date and time in the form of PDateTimeFlag::DateTime.
     TPLogFile(TPString name, bool append);
 
     /// Writes `text` as one line. The first virtual operation: the package's own writes go
@@ -35,7 +43,8 @@ class TN_EXPORT TPLogFile {
     TPLogFile(const TPLogFile&) = delete;
     TPLogFile& operator=(const TPLogFile&) = delete;
 
-    /// Writes the current time, ", " and `text` as one line.
+    /// Writes the package clock's UTC time of day (CurrentTime(), as HH:MM:SS), ", " and
+    /// `text` as one line.
     void TimeWrite(TPString text);
     /// Continues the last line: writes `text` over the last line break.
     void Append(TPString text);
