@@ -1,4 +1,5 @@
 // `tnpkg image`: create, info, dump, load and save on real files.
+#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -17,6 +18,20 @@ using tn::test::RunTool;
 std::string ReadFile(const fs::path& path) {
     std::ifstream in(path, std::ios::binary);
     return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+}
+
+// The bitwise definition (polynomial 0x1021, start 0), as four upper-case hex digits.
+std::string Crc16Xmodem(const std::string& bytes) {
+    unsigned crc = 0;
+    for (const char c : bytes) {
+        crc ^= static_cast<unsigned>(static_cast<unsigned char>(c)) << 8;
+        for (int bit = 0; bit < 8; ++bit)
+            crc = (crc & 0x8000) ? ((crc << 1) ^ 0x1021) : (crc << 1);
+        crc &= 0xFFFF;
+    }
+    char text[8];
+    std::snprintf(text, sizeof text, "%04X", crc);
+    return text;
 }
 
 class ImageCommandTest : public ::testing::Test {
@@ -74,7 +89,15 @@ TEST_F(ImageCommandTest, CreateLoadDumpAndSaveRoundTrip) {
               "\xFF\xFFHa\xFF\xFF\xFF\xFF\xFF\xFF\xFF\xFF");
 }
 
-TEST_F(ImageCommandTest, InfoCountsErasedBytes) {
+TEST_F(ImageCommandTest, InfoCountsErasedBytesAndGivesTheCrc) {
+    // An image holding exactly the standard check text has the published check value.
+    ASSERT_EQ(Image("create CHECK --size 9").status, 0);
+    std::ofstream(dir_ / "check.bin", std::ios::binary) << "123456789";
+    ASSERT_EQ(Image("load CHECK " + Quoted("check.bin") + " --offset 0").status, 0);
+    const auto check = Image("info CHECK");
+    EXPECT_NE(check.output.find("erased: 0 bytes\ncrc16:  0x31C3\n"), std::string::npos)
+        << check.output;
+
     ASSERT_EQ(Image("create INFO --size 0x100").status, 0);
     std::ofstream(dir_ / "digits.bin", std::ios::binary) << "123456789";
     ASSERT_EQ(Image("load INFO " + Quoted("digits.bin") + " --offset 0 --length 9").status, 0);
@@ -84,6 +107,11 @@ TEST_F(ImageCommandTest, InfoCountsErasedBytes) {
     EXPECT_NE(info.output.find("file:   " + path + "\n"), std::string::npos) << info.output;
     EXPECT_NE(info.output.find("size:   256 bytes (0x100)\n"), std::string::npos);
     EXPECT_NE(info.output.find("erased: 247 bytes\n"), std::string::npos);
+    // CRC-16/XMODEM of the digits followed by 247 bytes 0xFF, computed independently.
+    EXPECT_NE(
+        info.output.find("crc16:  0x" + Crc16Xmodem("123456789" + std::string(247, '\xFF')) + "\n"),
+        std::string::npos)
+        << info.output;
 }
 
 TEST_F(ImageCommandTest, FailuresAndUsageErrors) {

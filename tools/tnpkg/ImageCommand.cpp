@@ -31,7 +31,8 @@ const char* const kUsageText =
     "Works on the memory image NAME.DAT in DIR (the image folder; default the current one).\n"
     "  create  a new image of BYTES bytes (1 to 4194304), all 0xFF (erased flash); an existing\n"
     "          image is replaced only with --force\n"
-    "  info    file, size, how many bytes are still erased (0xFF), and the CRC-16 of the image\n"
+    "  info    file, size, how many bytes are still erased (0xFF), and the CRC-16/XMODEM of\n"
+    "          the whole image\n"
     "  dump    hex and text, 16 bytes a line\n"
     "  load    copies FILE into the image at OFFSET. Without --length the rest of the image is\n"
     "          filled: a shorter FILE leaves four 0x00 bytes and then 0xFF behind its data\n"
@@ -149,6 +150,9 @@ int Info(Request& r) {
     std::printf("file:   %s\n", image.FileName.c_str());
     std::printf("size:   %d bytes (0x%X)\n", image.Size, static_cast<unsigned>(image.Size));
     std::printf("erased: %ld bytes\n", static_cast<long>(erased));
+    tn::InitCRC16();
+    std::printf("crc16:  0x%04X\n",
+                static_cast<unsigned>(tn::CreateCRC16(image.Buffer, image.Size)));
     return kSuccess;
 }
 
