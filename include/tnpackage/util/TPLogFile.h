@@ -34,8 +34,10 @@ class TN_EXPORT TPLogFile {
     /// clock's local date and time in the form of PDateTimeFlag::DateTime.
     TPLogFile(TPString name, bool append);
 
-    /// Writes `text` as one line. The first virtual operation: the package's own writes go
-    /// through it, so a derived log may send them elsewhere.
+    /// Writes `text` as one line. The first virtual operation: TimeWrite and the string
+    /// class's fault line go through it, so a derived log may send them elsewhere. The opening
+    /// and closing lines use this class's own Write (C++ does not dispatch to a derived class
+    /// that is not yet built or already destroyed).
     virtual void Write(TPString text);
 
     /// Writes the closing line and closes the file. Clears LogFile when it points here.
