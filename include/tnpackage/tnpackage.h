@@ -27,14 +27,29 @@
 #include <tnpackage/persist/TPWriter.h>
 
 // CRC checksums.
+#include <tnpackage/crc/CrcFunctions.h>
+#include <tnpackage/crc/TPCRC.h>
 
 // Date and time.
+#include <tnpackage/time/Clock.h>
+#include <tnpackage/time/MessTime.h>
+#include <tnpackage/time/TPDateTime.h>
 
 // Coordinates and constants.
 #include <tnpackage/geo/Constants.h>
+#include <tnpackage/geo/TPEllipsoid.h>
+#include <tnpackage/geo/TPGeoid.h>
+#include <tnpackage/geo/TSKoordinate.h>
 
 // Device memory and FAT volume.
+#include <tnpackage/storage/TPDateiInfo.h>
+#include <tnpackage/storage/TPImageSpeicher.h>
+#include <tnpackage/storage/TPSpeicher.h>
 
 // Flash memory model.
 
 // Utilities.
+#include <tnpackage/util/Reflect.h>
+#include <tnpackage/util/Rounding.h>
+#include <tnpackage/util/TPLogFile.h>
+#include <tnpackage/util/zkFloat.h>

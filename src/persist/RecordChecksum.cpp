@@ -1,7 +1,9 @@
-// Records must carry a valid checksum even in a program that never creates the shared CRC-16
-// calculator, so the XMODEM form (polynomial 0x1021, start 0, no reflection, no final XOR) is
-// computed here as well.
+// Records are checked with the application's shared CRC-16 calculator. They must carry a valid
+// checksum in a program that never creates one as well, so the XMODEM form that calculator
+// computes (polynomial 0x1021, start 0, no reflection, no final XOR) is computed here too.
 #include "persist/RecordChecksum.h"
+
+#include <tnpackage/crc/TPCRC.h>
 
 #include <array>
 #include <cstddef>
@@ -37,6 +39,7 @@ std::uint16_t Xmodem(const unsigned char* bytes, int length) {
 
 std::uint16_t PayloadChecksum(const void* data, int length) {
     if (data == nullptr || length <= 0) return 0;
+    if (CRC16 != nullptr) return static_cast<std::uint16_t>(CRC16->Create(data, length));
     return Xmodem(static_cast<const unsigned char*>(data), length);
 }
 

@@ -1,9 +1,9 @@
 // TPSaveList: the 512-byte header in front of a file of saved records.
 #include <tnpackage/persist/TPSaveList.h>
+#include <tnpackage/time/TPDateTime.h>
 
 #include <cstring>
 
-#include "persist/CurrentFileDate.h"
 #include "persist/RecordBytes.h"
 #include "platform/Platform.h"
 
@@ -19,13 +19,13 @@ constexpr int kLongestText = kHeaderLength - kTextOffset - 1;  // room for the N
 
 }  // namespace
 
-int TPSaveList::SaveHeader(int fileHandle, void* buffer, int value, const char* text) {
+int TPSaveList::SaveHeader(std::intptr_t fileHandle, void* buffer, int value, const char* text) {
     if (buffer == nullptr) return -1;
     auto* header = static_cast<unsigned char*>(buffer);
     std::memset(header, 0xFF, kHeaderLength);
     detail::PutLe32(header, kHeaderLength);
     detail::PutLe32(header + kValueOffset, static_cast<std::uint32_t>(value));
-    detail::PutLe32(header + kDateOffset, static_cast<std::uint32_t>(detail::CurrentFileDate()));
+    detail::PutLe32(header + kDateOffset, TPDateTime::CurrentDateTime().FileDate());
     if (text != nullptr) {
         const void* nul = std::memchr(text, 0, kLongestText);
         const std::size_t length =
@@ -36,7 +36,7 @@ int TPSaveList::SaveHeader(int fileHandle, void* buffer, int value, const char* 
     } else {
         header[kTextOffset] = 0;
     }
-    return platform::FileWrite(fileHandle, header, kHeaderLength);
+    return static_cast<int>(platform::FileWrite(fileHandle, header, kHeaderLength));
 }
 
 }  // namespace tn

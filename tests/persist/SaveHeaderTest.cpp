@@ -1,11 +1,11 @@
 #include <tnpackage/persist/TPSaveList.h>
+#include <tnpackage/time/Clock.h>
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <unistd.h>
 
 #include <cstdlib>
-#include <ctime>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -33,8 +33,14 @@ TEST(SaveHeader, Writes512BytesOfHeader) {
     ASSERT_GE(fd, 0);
     std::vector<unsigned char> buffer(600, 0x11);
     tn::TPSaveList list;
-    const std::time_t before = std::time(nullptr);
+    // The package clock, counted from a known time: 31 Dec 2011 23:59:50 plus 8 seconds.
+    const auto previousTimer = tn::ZehntelTimer;
+    const tn::TPDateTime previousReset = tn::ResetTime;
+    tn::ResetTime = tn::TPDateTime(31, 12, 2011) + tn::TPDateTime(23, 59, 50, 0);
+    tn::ZehntelTimer = 80;
     EXPECT_EQ(list.SaveHeader(fd, buffer.data(), -2, "Segelflug"), 512);
+    tn::ZehntelTimer = previousTimer;
+    tn::ResetTime = previousReset;
     ::close(fd);
 
     std::ifstream in(path, std::ios::binary);
@@ -51,14 +57,10 @@ TEST(SaveHeader, Writes512BytesOfHeader) {
     for (std::size_t i = 26; i < 512; ++i)
         ASSERT_EQ(file[i], 0xFF) << i;
 
-    // The date word is the local date as a FAT date.
-    std::tm local{};
-    localtime_r(&before, &local);
-    const std::uint32_t date = Le32(file, 8);
-    EXPECT_EQ(date >> 25, static_cast<std::uint32_t>(local.tm_year + 1900 - 1980));
-    EXPECT_EQ((date >> 21) & 15, static_cast<std::uint32_t>(local.tm_mon + 1));
-    EXPECT_EQ((date >> 16) & 31, static_cast<std::uint32_t>(local.tm_mday));
-    EXPECT_EQ((date >> 11) & 31, static_cast<std::uint32_t>(local.tm_hour));
+    // The date word is that moment as a FAT date: seconds / 2, minute, hour, day, month,
+    // year - 1980.
+    const std::uint32_t expected = 29u | 59u << 5 | 23u << 11 | 31u << 16 | 12u << 21 | 31u << 25;
+    EXPECT_EQ(Le32(file, 8), expected);
 
     // A text too long for the header is cut before its end; a bad handle gives -1.
     const std::string longText(600, 'x');

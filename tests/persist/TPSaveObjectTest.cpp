@@ -1,3 +1,4 @@
+#include <tnpackage/crc/TPCRC.h>
 #include <tnpackage/persist/TPSaveObject.h>
 
 #include <gtest/gtest.h>
@@ -120,6 +121,26 @@ TEST(TPSaveObject, ChecksumCoversThePayloadOnlyAndIsComputedLazily) {
     header.Save(address, tn::TPWriter());
     EXPECT_EQ(header.CheckSum, 0);
     EXPECT_EQ(address, 16);
+}
+
+TEST(TPSaveObject, ChecksumGoesThroughTheSharedCalculatorWhenThereIsOne) {
+    tn::TPCRC* const previous = tn::CRC16;
+    const int previousMode = tn::CRCInsertMode;
+    CheckRecord r;
+
+    tn::TPCRC xmodem(16, 0x1021);  // what the application normally shares: the same value
+    tn::CRC16 = &xmodem;
+    EXPECT_EQ(r.CheckSumme(), 0x31C3);
+
+    tn::CRCInsertMode = 1;  // a reflected calculator, to see that it is really used
+    tn::TPCRC kermit(16, 0x1021);
+    tn::CRCInsertMode = previousMode;
+    tn::CRC16 = &kermit;
+    EXPECT_EQ(r.CheckSumme(), 0x2189);
+    EXPECT_TRUE(r.CheckSumCheck(0x2189));
+
+    tn::CRC16 = previous;
+    EXPECT_EQ(r.CheckSumme(), 0x31C3);
 }
 
 TEST(TPSaveObject, SaveHandsOutTheRecordByteForByte) {

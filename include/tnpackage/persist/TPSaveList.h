@@ -83,7 +83,8 @@ class TN_EXPORT TPSaveList : public TPList {
     /// 0xFF throughout, then 512, `value` and the current local date-time as a file date (three
     /// little-endian 32-bit words), and `text` with its NUL from offset 16 (at most 495
     /// characters are taken). Returns the bytes written, or -1.
-    int SaveHeader(int fileHandle, void* buffer, int value, const char* text);
+    /// `fileHandle` is a platform file handle, as the package's file functions hold them.
+    int SaveHeader(std::intptr_t fileHandle, void* buffer, int value, const char* text);
 
     using TPSaveObject::BlindAnhang;
 
