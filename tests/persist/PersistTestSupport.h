@@ -1,77 +1,20 @@
-// Helpers of the record tests: a warning capture, a device window over a host buffer, and a
-// writer that records what it is handed.
+// Helpers of the record tests: a writer that records what it is handed, and an independent
+// CRC-16/XMODEM.
 #pragma once
 
 #include <tnpackage/tnpackage.h>
 
+#include "support/DeviceWindow.h"
+#include "support/WarningCapture.h"
+
 #include <cstdint>
-#include <map>
 #include <string>
 #include <vector>
 
 namespace persist_test {
 
-inline std::vector<std::string>& CapturedWarnings() {
-    static std::vector<std::string> warnings;
-    return warnings;
-}
-
-/// Collects the package's warnings while it lives; restores the hook afterwards.
-class WarningCapture {
-  public:
-    WarningCapture() : previous_(tn::OnWarning) {
-        CapturedWarnings().clear();
-        tn::OnWarning = [](tn::TPString text) {
-            CapturedWarnings().emplace_back(text.c_str() ? text.c_str() : "");
-        };
-    }
-    ~WarningCapture() { tn::OnWarning = previous_; }
-    WarningCapture(const WarningCapture&) = delete;
-    WarningCapture& operator=(const WarningCapture&) = delete;
-    const std::vector<std::string>& Warnings() const { return CapturedWarnings(); }
-
-  private:
-    tn::TPWarningHook previous_;
-};
-
-/// A zero-filled host buffer mapped at a device address for the window's lifetime.
-class Window {
-  public:
-    Window(std::uint32_t base, std::size_t length, unsigned char fill = 0)
-        : base_(base), bytes_(length, fill) {
-        mapped_ =
-            tn::DeviceAddressSpace::Map(base, bytes_.data(), static_cast<std::uint32_t>(length));
-    }
-    ~Window() {
-        if (mapped_) tn::DeviceAddressSpace::Unmap(base_);
-    }
-    Window(const Window&) = delete;
-    Window& operator=(const Window&) = delete;
-
-    bool Mapped() const { return mapped_; }
-    std::uint32_t Base() const { return base_; }
-    unsigned char* At(std::uint32_t device) { return bytes_.data() + (device - base_); }
-    std::vector<unsigned char>& Bytes() { return bytes_; }
-    /// A writer that stores into this window at device addresses.
-    tn::TPWriter Writer() {
-        return [this](int address, char byte) {
-            *At(static_cast<std::uint32_t>(address)) = static_cast<unsigned char>(byte);
-        };
-    }
-    std::uint32_t Le32(std::uint32_t device) {
-        const unsigned char* p = At(device);
-        return p[0] | p[1] << 8 | p[2] << 16 | static_cast<std::uint32_t>(p[3]) << 24;
-    }
-    void PutLe32(std::uint32_t device, std::uint32_t v) {
-        for (int i = 0; i < 4; ++i)
-            At(device)[i] = static_cast<unsigned char>(v >> (8 * i));
-    }
-
-  private:
-    std::uint32_t base_;
-    std::vector<unsigned char> bytes_;
-    bool mapped_ = false;
-};
+using tn::test::DeviceWindow;
+using tn::test::WarningCapture;
 
 /// Records every (address, byte) it is handed, in order.
 struct Recorder {

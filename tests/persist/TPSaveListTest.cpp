@@ -7,9 +7,9 @@
 
 #include "PersistTestSupport.h"
 
+using persist_test::DeviceWindow;
 using persist_test::Recorder;
 using persist_test::WarningCapture;
-using persist_test::Window;
 using tn::TPSaveList;
 using tn::TPSaveObject;
 
@@ -45,7 +45,7 @@ TEST(TPSaveList, ConstructorsMakeATypeTwoRecordOf32Bytes) {
 }
 
 TEST(TPSaveList, SaveStreamsTableThenRecordAndComputesTheChecksumOnce) {
-    Window elements(0x00100000, 0x100);
+    DeviceWindow elements(0x00100000, 0x100);
     TPSaveList list;
     list.Add(elements.At(0x00100040));
     list.Add(elements.At(0x00100080));
@@ -112,17 +112,17 @@ TEST(TPSaveList, ElementsOutsideEveryWindowGetNoAddressAndAWarning) {
     EXPECT_EQ(list.Entry(0), 0u);
     EXPECT_EQ(list.Entry(5), 0u);
     EXPECT_EQ(list.Entry(-1), 0u);
-    ASSERT_EQ(warnings.Warnings().size(), 1u);
+    ASSERT_EQ(warnings.Texts().size(), 1u);
     Recorder out;
     int address = 0;
     list.Save(address, out.Writer());
-    EXPECT_EQ(warnings.Warnings().size(), 2u);  // one warning per operation
+    EXPECT_EQ(warnings.Texts().size(), 2u);  // one warning per operation
     const auto bytes = out.Bytes();
     EXPECT_EQ(std::vector<unsigned char>(bytes.begin(), bytes.begin() + 4), Le32(0));
 }
 
 TEST(TPSaveList, SaveToMemoryWritesTableAnd28RecordBytesWithoutAChecksum) {
-    Window elements(0x00300000, 0x40);
+    DeviceWindow elements(0x00300000, 0x40);
     TPSaveList list;
     list.Add(elements.At(0x00300010));
     list.Add(elements.At(0x00300020));
@@ -151,8 +151,8 @@ TEST(TPSaveList, SaveToMemoryWritesTableAnd28RecordBytesWithoutAChecksum) {
 
 TEST(TPSaveList, CopyBuildsASelfContainedImage) {
     WarningCapture warnings;
-    Window foreign(0x00500000, 0x10, 0xEE);
-    Window image(0x00400000, 0x100);
+    DeviceWindow foreign(0x00500000, 0x10, 0xEE);
+    DeviceWindow image(0x00400000, 0x100);
     Point a(10, -20);
     Point b(30, 40);
     TPSaveList list;
@@ -166,7 +166,7 @@ TEST(TPSaveList, CopyBuildsASelfContainedImage) {
     const std::uint32_t table = 0x00400000 + 32;
     const std::uint32_t first = table + 4 * 4;
     EXPECT_EQ(address, static_cast<int>(first + 24 + 24));
-    EXPECT_TRUE(warnings.Warnings().empty());
+    EXPECT_TRUE(warnings.Texts().empty());
 
     // The copy refers to its own table; the list itself is unchanged.
     EXPECT_EQ(image.Le32(0x00400000 + 20), table);
@@ -193,18 +193,18 @@ TEST(TPSaveList, CopyIntoUnmappedMemoryWarnsInsteadOfWriting) {
     int address = 0x00700000;  // nothing is mapped here
     list.Copy(address, out.Writer());
     EXPECT_EQ(out.calls.size(), 32u + 24u);
-    EXPECT_FALSE(warnings.Warnings().empty());
+    EXPECT_FALSE(warnings.Texts().empty());
 }
 
 // A table of three entries (one null) standing at `at`.
-void PutTable(Window& w, std::uint32_t at, std::uint32_t e0, std::uint32_t e2) {
+void PutTable(DeviceWindow& w, std::uint32_t at, std::uint32_t e0, std::uint32_t e2) {
     w.PutLe32(at, e0);
     w.PutLe32(at + 4, 0);
     w.PutLe32(at + 8, e2);
 }
 
 TEST(TPSaveList, SetOffsetMovesTheTableFirstAndReadsItThere) {
-    Window w(0x00600000, 0x200);
+    DeviceWindow w(0x00600000, 0x200);
     // The old place holds one table, the new place another: only the new one changes.
     PutTable(w, 0x00600000, 0x00600100, 0x00600110);
     PutTable(w, 0x00600040, 0x00600100, 0x00600120);
@@ -225,7 +225,7 @@ TEST(TPSaveList, SetOffsetMovesTheTableFirstAndReadsItThere) {
 }
 
 TEST(TPSaveList, SetExternOffsetChangesTheTableWhereItIsThenMovesIt) {
-    Window w(0x00600000, 0x200);
+    DeviceWindow w(0x00600000, 0x200);
     PutTable(w, 0x00600000, 0x00600100, 0x00600110);
     PutTable(w, 0x00600040, 0x00600100, 0x00600120);
     int marker = 0;
@@ -255,14 +255,14 @@ TEST(TPSaveList, RelocationWithoutATableOrWithAnUnmappedOneChangesNothing) {
     list.SetOffset(0x100);
     list.SetExternOffset(0x100);
     EXPECT_EQ(list.TableAddress, 0u);
-    EXPECT_TRUE(warnings.Warnings().empty());
+    EXPECT_TRUE(warnings.Texts().empty());
 
     list.TableAddress = 0x00900000;  // maps nowhere
     list.SetOffset(0x10);
     EXPECT_EQ(list.TableAddress, 0x00900000u);
     list.SetExternOffset(0x10);
     EXPECT_EQ(list.TableAddress, 0x00900000u);
-    EXPECT_EQ(warnings.Warnings().size(), 2u);
+    EXPECT_EQ(warnings.Texts().size(), 2u);
 
     // An empty list only moves its address.
     TPSaveList empty;
@@ -270,13 +270,13 @@ TEST(TPSaveList, RelocationWithoutATableOrWithAnUnmappedOneChangesNothing) {
     empty.SetOffset(0x10);
     empty.SetExternOffset(0x10);
     EXPECT_EQ(empty.TableAddress, 0x00900020u);
-    EXPECT_EQ(warnings.Warnings().size(), 2u);
+    EXPECT_EQ(warnings.Texts().size(), 2u);
 }
 
 TEST(TPSaveList, SaveThenSetOffsetRestoresAUsableList) {
     // Elements saved into an image; the list saved behind them with its table in front of its
     // record; relocating the table to where it really stands makes the list usable again.
-    Window image(0x00800000, 0x200);
+    DeviceWindow image(0x00800000, 0x200);
     Point a(1, 2);
     Point b(3, 4);
     int address = 0x00800000;

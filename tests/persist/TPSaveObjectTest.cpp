@@ -10,8 +10,8 @@
 #include "PersistTestSupport.h"
 #include "persist/FlashHook.h"
 
+using persist_test::DeviceWindow;
 using persist_test::Recorder;
-using persist_test::Window;
 using tn::TPSaveObject;
 
 namespace {
@@ -253,12 +253,12 @@ TEST(TPSaveObject, DeleteProgramsOnlyRecordsInTheInstrumentsFlash) {
     EXPECT_TRUE(programmed.empty());
     EXPECT_EQ(ordinary.State, 0x7FFF);
 
-    Window low(0x00200000, 64);
+    DeviceWindow low(0x00200000, 64);
     auto* below = new (low.Bytes().data()) TPSaveObject(1, 16, 1);
     below->Delete();  // mapped, but below the instrument's range
     EXPECT_TRUE(programmed.empty());
 
-    Window instrument(0x60000000, 64);
+    DeviceWindow instrument(0x60000000, 64);
     ASSERT_TRUE(instrument.Mapped());
     auto* inFlash = new (instrument.Bytes().data() + 32) TPSaveObject(1, 16, 1);
     inFlash->Delete();

@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include "support/DeviceWindow.h"
+#include "support/WarningCapture.h"
+
 #include <cstring>
 #include <string>
 #include <vector>
@@ -12,30 +15,7 @@ using tn::DeviceAddressSpace;
 using tn::TPString;
 using tn::TPWriter;
 
-std::vector<std::string> warnings;
-
-struct Hooked {
-    tn::TPWarningHook previous = tn::OnWarning;
-    Hooked() {
-        warnings.clear();
-        tn::OnWarning = [](TPString text) { warnings.emplace_back(text.c_str()); };
-    }
-    ~Hooked() { tn::OnWarning = previous; }
-};
-
-// A zero-filled block mapped at a device address while it lives.
-struct Window {
-    std::uint32_t base;
-    std::vector<char> bytes;
-    Window(std::uint32_t b, std::size_t n) : base(b), bytes(n, 0) {
-        EXPECT_TRUE(DeviceAddressSpace::Map(base, bytes.data(), static_cast<std::uint32_t>(n)));
-    }
-    ~Window() { DeviceAddressSpace::Unmap(base); }
-    char* At(std::uint32_t device) { return bytes.data() + (device - base); }
-    TPWriter Writer() {
-        return [this](int address, char byte) { *At(static_cast<std::uint32_t>(address)) = byte; };
-    }
-};
+using Window = tn::test::DeviceWindow;
 
 TEST(TPStringPersistence, SaveWritesTheBufferAndThenReadsItFromTheImage) {
     Window image(0x00100000, 64);
@@ -45,9 +25,9 @@ TEST(TPStringPersistence, SaveWritesTheBufferAndThenReadsItFromTheImage) {
     int address = 0x00100008;
     EXPECT_EQ(s.Save(address, image.Writer(), 0), 6);
     EXPECT_EQ(address, 0x00100008 + 6);
-    EXPECT_EQ(std::memcmp(image.At(0x00100008), "Kurs!", 6), 0);
+    EXPECT_EQ(std::memcmp(image.CharAt(0x00100008), "Kurs!", 6), 0);
     // The string now lives in the image: same text, read there, never released.
-    EXPECT_EQ(s.c_str(), image.At(0x00100008));
+    EXPECT_EQ(s.c_str(), image.CharAt(0x00100008));
     EXPECT_EQ(s.Length(), 5);
     EXPECT_TRUE(s == TPString("kurs!"));
     TPString copy(s);
@@ -60,19 +40,19 @@ TEST(TPStringPersistence, SaveWritesTheBufferAndThenReadsItFromTheImage) {
     EXPECT_EQ(s.Copy(address, [&](int, char b) { copied.push_back(b); }), 6);
     EXPECT_EQ(address, 6);
     EXPECT_EQ(std::string(copied.data()), "Kurs!");
-    EXPECT_EQ(s.c_str(), image.At(0x00100008));
+    EXPECT_EQ(s.c_str(), image.CharAt(0x00100008));
     EXPECT_EQ(s.Copy(address, TPWriter()), 0);
 }
 
 TEST(TPStringPersistence, TheOffsetRelocatesTheReference) {
     Window local(0x00200000, 32);
     Window target(0x00300000, 32);
-    std::memcpy(target.At(0x00300000), "Ziel", 5);
+    std::memcpy(target.CharAt(0x00300000), "Ziel", 5);
     TPString s("Quelle", 0u);
     TPString owned(s);
     int address = 0x00200000;
     EXPECT_EQ(owned.Save(address, local.Writer(), 0x00100000), 7);
-    EXPECT_EQ(std::memcmp(local.At(0x00200000), "Quelle", 7), 0);
+    EXPECT_EQ(std::memcmp(local.CharAt(0x00200000), "Quelle", 7), 0);
     EXPECT_STREQ(owned.c_str(), "Ziel");  // refers to where the image will stand
 
     owned.SetOffset(-0x00100000);
@@ -86,7 +66,7 @@ TEST(TPStringPersistence, TheOffsetRelocatesTheReference) {
 
 TEST(TPStringPersistence, SaveOfBorrowedEmptyOrWriterlessStrings) {
     Window image(0x00400000, 32);
-    std::memcpy(image.At(0x00400010), "da", 3);
+    std::memcpy(image.CharAt(0x00400010), "da", 3);
 
     TPString empty;
     int address = 0x00400000;
@@ -127,7 +107,7 @@ TEST(TPStringPersistence, CStrNeverDanglesOnceTheWindowIsGone) {
 }
 
 TEST(TPStringPersistence, SavingCopiesIntoMemoryAndFollowsTheCopy) {
-    Hooked hook;
+    tn::test::WarningCapture warnings;
     TPString empty;
     char out[16] = {};
     EXPECT_EQ(empty.Saving(out, 0), 0);
@@ -145,16 +125,16 @@ TEST(TPStringPersistence, SavingCopiesIntoMemoryAndFollowsTheCopy) {
     EXPECT_EQ(s.Saving(out, 0), 6);
     EXPECT_STREQ(out, "Hallo");
     EXPECT_EQ(s.c_str(), out);
-    EXPECT_TRUE(warnings.empty());
+    EXPECT_TRUE(warnings.Texts().empty());
 
     // Into a window, with an offset: the reference is a device address.
     Window local(0x00700000, 32);
     Window target(0x00780000, 32);
-    std::memcpy(target.At(0x00780004), "dort", 5);
+    std::memcpy(target.CharAt(0x00780004), "dort", 5);
     TPString t;
     t = "hier";
-    EXPECT_EQ(t.Saving(local.At(0x00700004), 0x80000), 5);
-    EXPECT_STREQ(local.At(0x00700004), "hier");
+    EXPECT_EQ(t.Saving(local.CharAt(0x00700004), 0x80000), 5);
+    EXPECT_STREQ(local.CharAt(0x00700004), "hier");
     EXPECT_STREQ(t.c_str(), "dort");
 
     // Ordinary memory has no address to offset: the string keeps the copy, with a warning.
@@ -163,21 +143,21 @@ TEST(TPStringPersistence, SavingCopiesIntoMemoryAndFollowsTheCopy) {
     u = "neu";
     EXPECT_EQ(u.Saving(plain, 12), 4);
     EXPECT_EQ(u.c_str(), plain);
-    EXPECT_EQ(warnings.size(), 1u);
+    EXPECT_EQ(warnings.Texts().size(), 1u);
 }
 
 TEST(TPStringPersistence, SetOffsetMovesTextThatLiesInAWindow) {
-    Hooked hook;
+    tn::test::WarningCapture warnings;
     Window w(0x00800000, 32);
-    std::memcpy(w.At(0x00800000), "eins", 5);
-    std::memcpy(w.At(0x00800008), "zwei", 5);
-    TPString s(w.At(0x00800000), 0u);                             // owned copy: in ordinary memory
-    TPString in(static_cast<const char*>(w.At(0x00800000)), 0u);  // borrowed: in the window
+    std::memcpy(w.CharAt(0x00800000), "eins", 5);
+    std::memcpy(w.CharAt(0x00800008), "zwei", 5);
+    TPString s(w.CharAt(0x00800000), 0u);  // owned copy: in ordinary memory
+    TPString in(static_cast<const char*>(w.CharAt(0x00800000)), 0u);  // borrowed: in the window
     in.SetOffset(8);
     EXPECT_STREQ(in.c_str(), "zwei");
     s.SetOffset(8);
     EXPECT_STREQ(s.c_str(), "eins");
-    EXPECT_EQ(warnings.size(), 1u);
+    EXPECT_EQ(warnings.Texts().size(), 1u);
     TPString none;
     none.SetOffset(8);
     EXPECT_EQ(none.c_str(), nullptr);
