@@ -42,10 +42,12 @@ TN_EXPORT TPString zkIntToHex(int value, int digits);
 ///    zkDecimalSeparator;
 ///  - a "," among the integer placeholders groups the integer digits by three, with "," (or
 ///    "." while zkDecimalSeparator is ",");
-///  - text in front of the first and behind the last placeholder is copied as it is.
+///  - text in front of the first and behind the last placeholder is copied as it is (a "."
+///    right in front of the first placeholder is the point, as in ".00"); a format without
+///    any placeholder is all such text, followed by the significant integer digits.
 /// The value is taken to 15 significant digits (what a double holds reliably) and rounded half
 /// away from zero; a result that rounds to zero carries no minus sign. An empty format gives the
-/// shortest text of the value; NaN and infinities give "NAN", "INF" and "-INF".
+/// value with up to 15 significant digits; NaN and infinities give "NAN", "INF" and "-INF".
 /// Examples: "0" -> "3" for 2.5; "#,##0.00" -> "1,234,567.89"; "0.0#" -> "1.5" for 1.5.
 TN_EXPORT TPString zkFormatFloat(TPString format, zkFloat value);
 /// The same format language for a double.
