@@ -61,7 +61,8 @@ void DeviceAddressSpace::UnmapHost(const void* host) {
 }
 
 void DeviceAddressSpace::Clear() {
-    for (Window& w : windows) w = Window{};
+    for (Window& w : windows)
+        w = Window{};
 }
 
 void* DeviceAddressSpace::ToHost(std::uint32_t address, std::uint32_t length) {
@@ -77,8 +78,8 @@ void* DeviceAddressSpace::ToHost(std::uint32_t address, std::uint32_t length) {
 std::optional<std::uint32_t> DeviceAddressSpace::ToDevice(const void* host) {
     for (const Window& w : windows) {
         if (HostInside(w, host)) {
-            const auto offset = reinterpret_cast<std::uintptr_t>(host) -
-                                reinterpret_cast<std::uintptr_t>(w.host);
+            const auto offset =
+                reinterpret_cast<std::uintptr_t>(host) - reinterpret_cast<std::uintptr_t>(w.host);
             return static_cast<std::uint32_t>(w.deviceBase + offset);
         }
     }
@@ -92,7 +93,8 @@ bool DeviceAddressSpace::InInstrumentRange(const void* host) {
 
 int DeviceAddressSpace::WindowCount() {
     int n = 0;
-    for (const Window& w : windows) n += w.length != 0 ? 1 : 0;
+    for (const Window& w : windows)
+        n += w.length != 0 ? 1 : 0;
     return n;
 }
 

@@ -5,12 +5,8 @@
 namespace tn {
 
 const char* const pcaGliderClass[7][kLanguageColumns] = {
-    {"Offen", "Open", nullptr},
-    {"Standard", nullptr, nullptr},
-    {"FAI", "15m", nullptr},
-    {"18m", nullptr, nullptr},
-    {"Club", nullptr, nullptr},
-    {"Dosi", "DoubleSeater", nullptr},
+    {"Offen", "Open", nullptr},  {"Standard", nullptr, nullptr}, {"FAI", "15m", nullptr},
+    {"18m", nullptr, nullptr},   {"Club", nullptr, nullptr},     {"Dosi", "DoubleSeater", nullptr},
     {nullptr, nullptr, nullptr},
 };
 
@@ -25,10 +21,10 @@ const char* const pcaMonthName[14][kLanguageColumns] = {
 };
 
 const char* const pcaShortMonthName[14][kLanguageColumns] = {
-    {"Monat", nullptr, nullptr}, {"Jan", nullptr, nullptr}, {"Feb", nullptr, nullptr},
-    {"Mrz", "Mar", nullptr},     {"Apr", nullptr, nullptr}, {"Mai", "May", nullptr},
-    {"Jun", nullptr, nullptr},   {"Jul", nullptr, nullptr}, {"Aug", nullptr, nullptr},
-    {"Sep", nullptr, nullptr},   {"Okt", "Oct", nullptr},   {"Nov", nullptr, nullptr},
+    {"Monat", nullptr, nullptr}, {"Jan", nullptr, nullptr},   {"Feb", nullptr, nullptr},
+    {"Mrz", "Mar", nullptr},     {"Apr", nullptr, nullptr},   {"Mai", "May", nullptr},
+    {"Jun", nullptr, nullptr},   {"Jul", nullptr, nullptr},   {"Aug", nullptr, nullptr},
+    {"Sep", nullptr, nullptr},   {"Okt", "Oct", nullptr},     {"Nov", nullptr, nullptr},
     {"Dez", "Dec", nullptr},     {nullptr, nullptr, nullptr},
 };
 

@@ -36,12 +36,16 @@ void PackageExit() {
     }
 }
 
-int PackageUnitCount() { return kUnitCount; }
+int PackageUnitCount() {
+    return kUnitCount;
+}
 
 const char* PackageUnitName(int index) {
     return index >= 0 && index < kUnitCount ? kUnits[index].name : nullptr;
 }
 
-int PackageUnitNesting(int index) { return index >= 0 && index < kUnitCount ? nesting[index] : 0; }
+int PackageUnitNesting(int index) {
+    return index >= 0 && index < kUnitCount ? nesting[index] : 0;
+}
 
 }  // namespace tn

@@ -28,7 +28,9 @@ bool DialogsSuppressed() {
 
 }  // namespace
 
-void ShowInformation(const char* text) { std::fprintf(stderr, "%s\n", text ? text : ""); }
+void ShowInformation(const char* text) {
+    std::fprintf(stderr, "%s\n", text ? text : "");
+}
 
 void ShowWarning(const char* text, const char* caption) {
     std::fprintf(stderr, "%s: %s\n", caption ? caption : "Warning", text ? text : "");
@@ -97,17 +99,21 @@ std::string GetEnv(const char* name) {
     return v ? std::string(v) : std::string();
 }
 
-bool HasTerminal() { return isatty(STDIN_FILENO) && isatty(STDERR_FILENO); }
+bool HasTerminal() {
+    return isatty(STDIN_FILENO) && isatty(STDERR_FILENO);
+}
 
-char PathSeparator() { return '/'; }
+char PathSeparator() {
+    return '/';
+}
 
 bool FileExists(const char* path) {
-    struct stat st{};
+    struct stat st {};
     return path && stat(path, &st) == 0 && S_ISREG(st.st_mode);
 }
 
 bool DirectoryExists(const char* path) {
-    struct stat st{};
+    struct stat st {};
     return path && stat(path, &st) == 0 && S_ISDIR(st.st_mode);
 }
 
@@ -118,14 +124,16 @@ bool ForceDirectories(const char* path) {
     return DirectoryExists(path);
 }
 
-bool DeleteFile(const char* path) { return path && std::remove(path) == 0; }
+bool DeleteFile(const char* path) {
+    return path && std::remove(path) == 0;
+}
 
 bool ReplaceFile(const char* from, const char* to) {
     return from && to && std::rename(from, to) == 0;
 }
 
 std::int64_t FileSize(const char* path) {
-    struct stat st{};
+    struct stat st {};
     if (path == nullptr || stat(path, &st) != 0 || !S_ISREG(st.st_mode)) return -1;
     return static_cast<std::int64_t>(st.st_size);
 }

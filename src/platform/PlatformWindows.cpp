@@ -20,11 +20,14 @@ void ShowWarning(const char* text, const char* caption) {
 }
 
 int AskYesNo(const char* text, const char* caption, bool withCancel) {
-    const UINT style = withCancel ? (MB_YESNOCANCEL | MB_ICONQUESTION) : (MB_YESNO | MB_ICONWARNING);
+    const UINT style =
+        withCancel ? (MB_YESNOCANCEL | MB_ICONQUESTION) : (MB_YESNO | MB_ICONWARNING);
     return MessageBoxA(nullptr, text ? text : "", caption, style);
 }
 
-void Beep(int duration) { ::Beep(750, static_cast<DWORD>(duration)); }
+void Beep(int duration) {
+    ::Beep(750, static_cast<DWORD>(duration));
+}
 
 bool IsReadable(const void* p) {
     MEMORY_BASIC_INFORMATION info{};
@@ -55,9 +58,13 @@ std::string GetEnv(const char* name) {
     return (n > 0 && n < sizeof buffer) ? std::string(buffer, n) : std::string();
 }
 
-bool HasTerminal() { return _isatty(0) && _isatty(2); }
+bool HasTerminal() {
+    return _isatty(0) && _isatty(2);
+}
 
-char PathSeparator() { return '\\'; }
+char PathSeparator() {
+    return '\\';
+}
 
 bool FileExists(const char* path) {
     const DWORD a = path ? GetFileAttributesA(path) : INVALID_FILE_ATTRIBUTES;
@@ -76,7 +83,9 @@ bool ForceDirectories(const char* path) {
     return DirectoryExists(path);
 }
 
-bool DeleteFile(const char* path) { return path && ::DeleteFileA(path) != 0; }
+bool DeleteFile(const char* path) {
+    return path && ::DeleteFileA(path) != 0;
+}
 
 bool ReplaceFile(const char* from, const char* to) {
     return from && to && MoveFileExA(from, to, MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH);

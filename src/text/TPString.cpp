@@ -43,7 +43,7 @@ std::string Narrow(const wchar_t* s) {
     for (; *s != L'\0'; ++s) {
         unsigned char byte = 0;
         out.push_back(cp1252::FromUnicode(static_cast<char32_t>(*s), byte) ? static_cast<char>(byte)
-                                                                            : '?');
+                                                                           : '?');
     }
     return out;
 }
@@ -86,7 +86,9 @@ void TPString::TakeCopyOf(const char* s) {
 void TPString::Delete() {
     if (text_ == nullptr) return;
     if (size_ > 0) {
-        (void)Length();  // its development-environment check on the buffer
+        // Length() is called for its development-environment check on the buffer; outside the
+        // development environment it has no effect, so an unterminated buffer is not read.
+        if (IDERun) (void)Length();
         // Only what this string allocated is released, and never memory that belongs to a
         // mapped device image.
         if (storage_ == Storage::Heap && !DeviceAddressSpace::Contains(text_)) delete[] text_;
@@ -96,7 +98,9 @@ void TPString::Delete() {
     storage_ = Storage::None;
 }
 
-TPString::~TPString() { Delete(); }
+TPString::~TPString() {
+    Delete();
+}
 
 // ---- construction -----------------------------------------------------------------------------
 
@@ -149,14 +153,22 @@ TPString::TPString(char c) {
     storage_ = Storage::Heap;
 }
 
-TPString::TPString(const UnicodeString& wide) { TakeCopyOf(Narrow(wide.c_str()).c_str()); }
+TPString::TPString(const UnicodeString& wide) {
+    TakeCopyOf(Narrow(wide.c_str()).c_str());
+}
 
-TPString::TPString(char* s, void* buffer, unsigned max) { Setting(s, buffer, max); }
-TPString::TPString(const char* s, void* buffer, unsigned max) { Setting(s, buffer, max); }
+TPString::TPString(char* s, void* buffer, unsigned max) {
+    Setting(s, buffer, max);
+}
+TPString::TPString(const char* s, void* buffer, unsigned max) {
+    Setting(s, buffer, max);
+}
 TPString::TPString(const wchar_t* s, void* buffer, unsigned max) {
     Setting(Narrow(s).c_str(), buffer, max);
 }
-TPString::TPString(TPString s, void* buffer, unsigned max) { Setting(s.text_, buffer, max); }
+TPString::TPString(TPString s, void* buffer, unsigned max) {
+    Setting(s.text_, buffer, max);
+}
 
 void TPString::Setting(const char* s, void* buffer, unsigned max) {
     text_ = nullptr;
@@ -192,7 +204,9 @@ TPString TPString::operator=(const char* s) {
     return *this;
 }
 
-TPString TPString::operator=(char* s) { return *this = static_cast<const char*>(s); }
+TPString TPString::operator=(char* s) {
+    return *this = static_cast<const char*>(s);
+}
 
 TPString TPString::operator=(const TPString& s) {
     TPString source(s);
@@ -255,10 +269,18 @@ TPString TPString::operator+=(const wchar_t* s) {
     return *this;
 }
 
-TPString TPString::operator+(const TPString& s) const { return Add(text_, s.text_); }
-TPString TPString::operator+(const char* s) const { return Add(text_, s); }
-TPString TPString::operator+(char* s) const { return Add(text_, s); }
-TPString TPString::operator+(int value) const { return *this + TPString(value); }
+TPString TPString::operator+(const TPString& s) const {
+    return Add(text_, s.text_);
+}
+TPString TPString::operator+(const char* s) const {
+    return Add(text_, s);
+}
+TPString TPString::operator+(char* s) const {
+    return Add(text_, s);
+}
+TPString TPString::operator+(int value) const {
+    return *this + TPString(value);
+}
 
 TPString TPString::Add(const char* a, const char* b) {
     const std::size_t la = a ? std::strlen(a) : 0;
@@ -308,7 +330,8 @@ char TPString::LastChar() const {
 int TPString::CountChar(char c) const {
     int count = 0;
     if (text_ != nullptr) {
-        for (const char* p = text_; *p != '\0'; ++p) count += *p == c ? 1 : 0;
+        for (const char* p = text_; *p != '\0'; ++p)
+            count += *p == c ? 1 : 0;
     }
     return count;
 }

@@ -8,13 +8,17 @@ namespace tn {
 
 namespace {
 
-const char* OrEmpty(const char* s) { return s != nullptr ? s : ""; }
+const char* OrEmpty(const char* s) {
+    return s != nullptr ? s : "";
+}
 
 bool InSet(char c, const char* set) {
     return c != '\0' && set != nullptr && std::strchr(set, c) != nullptr;
 }
 
-int Upper(char c) { return std::toupper(static_cast<unsigned char>(c)); }
+int Upper(char c) {
+    return std::toupper(static_cast<unsigned char>(c));
+}
 
 }  // namespace
 

@@ -28,12 +28,15 @@ int ToInt32(const char* s, int base) {
     return static_cast<int>(value);
 }
 
-int Negated(int value) { return static_cast<int>(0u - static_cast<unsigned>(value)); }
+int Negated(int value) {
+    return static_cast<int>(0u - static_cast<unsigned>(value));
+}
 
 // Shared scan of ToIntDef and ToHexInt: `last` is the index of the last examined character.
 int Scan(const char* text, int last, bool hex, int def) {
     int i = 0;
-    while (text[i] == ' ') ++i;
+    while (text[i] == ' ')
+        ++i;
     bool negative = false;
     auto isDigit = [hex](char c) {
         const auto u = static_cast<unsigned char>(c);

@@ -116,22 +116,26 @@ TPString TPString::Trim() const {
     if (size_ == 0) return TPString(*this);
     const int length = Length();
     int first = 0;
-    while (first < length && IsSpace(text_[first])) ++first;
+    while (first < length && IsSpace(text_[first]))
+        ++first;
     int last = length;
-    while (last > first && IsSpace(text_[last - 1])) --last;
+    while (last > first && IsSpace(text_[last - 1]))
+        --last;
     return SubString(first + 1, last - first);
 }
 
 TPString TPString::TrimLeft() const {
     const int length = Length();
     int first = 0;
-    while (first < length && IsSpace(text_[first])) ++first;
+    while (first < length && IsSpace(text_[first]))
+        ++first;
     return OwnedCopy(text_ + first, length - first);
 }
 
 TPString TPString::TrimRight() const {
     int last = Length();
-    while (last > 0 && IsSpace(text_[last - 1])) --last;
+    while (last > 0 && IsSpace(text_[last - 1]))
+        --last;
     return OwnedCopy(text_, last);
 }
 
@@ -161,7 +165,8 @@ TPString TPString::NormalCase() const {
     }
     TPString result = LowerCase();
     if (result.text_ != nullptr) {
-        result.text_[0] = static_cast<char>(std::toupper(static_cast<unsigned char>(result.text_[0])));
+        result.text_[0] =
+            static_cast<char>(std::toupper(static_cast<unsigned char>(result.text_[0])));
     }
     return result;
 }

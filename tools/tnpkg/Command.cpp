@@ -14,9 +14,13 @@ std::vector<Command>& Registry() {
 }
 }  // namespace
 
-CommandRegistration::CommandRegistration(const Command& command) { Registry().push_back(command); }
+CommandRegistration::CommandRegistration(const Command& command) {
+    Registry().push_back(command);
+}
 
-const std::vector<Command>& Commands() { return Registry(); }
+const std::vector<Command>& Commands() {
+    return Registry();
+}
 
 Args::Args(std::vector<std::string> words, std::initializer_list<const char*> valued) {
     for (std::size_t i = 0; i < words.size(); ++i) {
@@ -26,7 +30,8 @@ Args::Args(std::vector<std::string> words, std::initializer_list<const char*> va
             continue;
         }
         bool takesValue = false;
-        for (const char* v : valued) takesValue = takesValue || word == v;
+        for (const char* v : valued)
+            takesValue = takesValue || word == v;
         if (!takesValue) {
             flags_.push_back(word);
         } else if (i + 1 < words.size()) {
@@ -55,7 +60,8 @@ std::optional<std::string> Args::Option(const char* name) const {
 void Args::AllowFlags(std::initializer_list<const char*> flags) {
     for (const auto& f : flags_) {
         bool known = false;
-        for (const char* allowed : flags) known = known || f == allowed;
+        for (const char* allowed : flags)
+            known = known || f == allowed;
         if (!known && problem_.empty()) problem_ = "unknown option " + f;
     }
 }

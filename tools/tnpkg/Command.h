@@ -17,7 +17,7 @@ inline constexpr int kUsage = 2;
 /// Command-line words after the command name: options ("--name value" or "--flag") and
 /// positional arguments, in order.
 class Args {
-public:
+  public:
     /// `valued` names the options that take a value; every other "--word" is a flag.
     Args(std::vector<std::string> words, std::initializer_list<const char*> valued);
 
@@ -29,7 +29,7 @@ public:
     /// Checks that only these flags were given; otherwise records a problem.
     void AllowFlags(std::initializer_list<const char*> flags);
 
-private:
+  private:
     std::vector<std::string> positional_;
     std::vector<std::string> flags_;
     std::vector<std::pair<std::string, std::string>> options_;
@@ -45,7 +45,7 @@ struct Command {
 };
 
 class CommandRegistration {
-public:
+  public:
     explicit CommandRegistration(const Command& command);
 };
 

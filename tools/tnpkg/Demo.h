@@ -14,7 +14,7 @@ struct DemoSection {
 };
 
 class DemoRegistration {
-public:
+  public:
     explicit DemoRegistration(const DemoSection& section);
 };
 

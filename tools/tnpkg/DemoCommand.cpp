@@ -34,8 +34,12 @@ const CommandRegistration reg({"demo", "show what the library can do, on built-i
 
 }  // namespace
 
-DemoRegistration::DemoRegistration(const DemoSection& section) { Sections().push_back(section); }
+DemoRegistration::DemoRegistration(const DemoSection& section) {
+    Sections().push_back(section);
+}
 
-const std::vector<DemoSection>& DemoSections() { return Sections(); }
+const std::vector<DemoSection>& DemoSections() {
+    return Sections();
+}
 
 }  // namespace tnpkg

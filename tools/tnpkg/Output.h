@@ -9,6 +9,8 @@ namespace tnpkg {
 
 /// Windows-1252 text as UTF-8.
 std::string ToUtf8(const char* text);
-inline std::string ToUtf8(const tn::TPString& text) { return ToUtf8(text.c_str()); }
+inline std::string ToUtf8(const tn::TPString& text) {
+    return ToUtf8(text.c_str());
+}
 
 }  // namespace tnpkg

@@ -24,7 +24,8 @@ void PrintOverview(std::FILE* out) {
                  "usage: tnpkg <command> [options] [arguments]\n"
                  "       tnpkg <command> --help\n"
                  "       tnpkg --version\n\ncommands:\n");
-    for (const auto& c : tnpkg::Commands()) std::fprintf(out, "  %-10s %s\n", c.name, c.summary);
+    for (const auto& c : tnpkg::Commands())
+        std::fprintf(out, "  %-10s %s\n", c.name, c.summary);
 }
 
 const tnpkg::Command* Find(const char* name) {

@@ -15,7 +15,7 @@
 namespace tn {
 
 class TN_EXPORT DeviceAddressSpace {
-public:
+  public:
     /// Start of the instrument's own range; memory mapped there is never released.
     static constexpr std::uint32_t kInstrumentBase = 0x60000000;
     /// Device address of the flash window.

@@ -45,7 +45,7 @@ struct TPMethod {
 };
 
 /// Progress display slots of the host; the package never calls them.
-TN_EXPORT extern TPMethod<int, int> OnProgress;          ///< (position, total)
+TN_EXPORT extern TPMethod<int, int> OnProgress;            ///< (position, total)
 TN_EXPORT extern TPMethod<TPString, int> DoStartProgress;  ///< (caption, total)
 TN_EXPORT extern TPMethod<> DoFinishProgress;
 TN_EXPORT extern TPMethod<> OnFastRefresh;  ///< host slot, not called inside the package

@@ -18,7 +18,7 @@ using UnicodeString = std::wstring;
 class TPWriter;
 
 class TN_EXPORT TPString {
-public:
+  public:
     // ---- construction -------------------------------------------------------------------------
     constexpr TPString() noexcept = default;
     /// Empty when the source IsEmpty, otherwise an owned copy.
@@ -159,7 +159,7 @@ public:
     /// Allocates an owned copy of `s`; null for null or empty text.
     char* Alloc(const char* s);
 
-private:
+  private:
     enum class Storage : std::uint8_t { None, Heap, External };
     void TakeCopyOf(const char* s);
     void Append(const char* s, int length);

@@ -23,8 +23,8 @@ void ShowString() {
     using namespace tn;
     TPString name("  Flugplatz Unterw\xF6ssen  ", 0);
     TPString trimmed = TPString(name).Trim();
-    std::printf("TPString \"%s\": length %d, trimmed \"%s\"\n", ToUtf8(name).c_str(),
-                name.Length(), ToUtf8(trimmed).c_str());
+    std::printf("TPString \"%s\": length %d, trimmed \"%s\"\n", ToUtf8(name).c_str(), name.Length(),
+                ToUtf8(trimmed).c_str());
     std::printf("SubString(3, 4) of \"%s\": \"%s\"\n", ToUtf8(trimmed).c_str(),
                 ToUtf8(trimmed.SubString(3, 4)).c_str());
     std::printf("\"  -12\".ToIntDef(7) = %d, \"0x1F\".ToIntDef(7) = %d\n",

@@ -1,0 +1,65 @@
+#include <gtest/gtest.h>
+#include <tnpackage/tnpackage.h>
+
+#include <cstring>
+#include <string>
+
+using namespace tn;
+
+namespace {
+std::string Bytes(const TPString& s) {
+    return s.c_str() ? std::string(s.c_str()) : std::string();
+}
+}  // namespace
+
+TEST(Globals, StartWithTheirDocumentedValues) {
+    EXPECT_TRUE(WrnEnabled);
+    EXPECT_FALSE(Running || IDERun || TestBoolFlag || CancelFlag || StopAll ||
+                 SystemInitialisiert || SystemRunning);
+    EXPECT_EQ(Sprache, 0);
+    EXPECT_EQ(Language, 0);
+    EXPECT_EQ(zkDecimalSeparator, '.');
+    EXPECT_EQ(OnWarning, nullptr);
+    EXPECT_EQ(OnYesNo, nullptr);
+    EXPECT_EQ(OnMemory, nullptr);
+    EXPECT_FALSE(OnProgress || DoStartProgress || DoFinishProgress || OnFastRefresh);
+    EXPECT_EQ(OnProgress.Object, nullptr);
+    EXPECT_TRUE(ProgramDir.IsEmpty() && TempDir.IsEmpty() && ProgramName.IsEmpty() &&
+                TarnoDBDir.IsEmpty() && TarnoDatabase.IsEmpty());
+}
+
+TEST(Globals, StandardStringsAreEmptyUntilCreatedAndKeepTwoWhenDeleted) {
+    EXPECT_TRUE(sCRLF.IsEmpty());
+    EXPECT_TRUE(OEMChar.IsEmpty());
+
+    CreateStdStrings();
+    EXPECT_EQ(Bytes(OEMChar), "\x8E\x99\x9A\x84\x94\x81\xE1");
+    EXPECT_EQ(Bytes(sCRLF), "\r\n");
+    EXPECT_TRUE(EmptyString.IsEmpty());
+    EXPECT_EQ(Bytes(strNEWS), "NEWS");
+    EXPECT_EQ(Bytes(strPunkt), ".");
+    EXPECT_EQ(Bytes(strLeerZeichen), " ");
+
+    ProgramDir = "C:\\Programme\\Tarno";
+    DeleteStdStrings();
+    EXPECT_EQ(ProgramDir.c_str(), nullptr);
+    EXPECT_EQ(OEMChar.c_str(), nullptr);
+    EXPECT_EQ(sCRLF.c_str(), nullptr);
+    EXPECT_EQ(strNEWS.c_str(), nullptr);
+    EXPECT_EQ(strPunkt.c_str(), nullptr);
+    EXPECT_EQ(Bytes(strLeerZeichen), " ");  // left for the string unit's finalisation
+}
+
+TEST(Globals, MethodSlotsCallTheirObject) {
+    struct Counter {
+        int total = 0;
+    } counter;
+    TPMethod<int, int> slot;
+    slot(1, 2);  // an empty slot does nothing
+    slot.Code = [](void* object, int position, int total) {
+        static_cast<Counter*>(object)->total += position * 100 + total;
+    };
+    slot.Object = &counter;
+    slot(3, 4);
+    EXPECT_EQ(counter.total, 304);
+}

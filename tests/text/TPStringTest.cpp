@@ -1,0 +1,170 @@
+// Construction, ownership and release of TPString.
+#include <gtest/gtest.h>
+#include <tnpackage/tnpackage.h>
+
+#include <cstring>
+#include <string>
+
+using namespace tn;
+
+namespace {
+std::string Text(const TPString& s) {
+    return s.c_str() ? s.c_str() : "";
+}
+}  // namespace
+
+TEST(TPString, LiteralsAreBorrowedUnlessCutAndAssignmentAlwaysCopies) {
+    static const char literal[] = "abcdef";
+    TPString borrowed(literal, 0);
+    EXPECT_EQ(borrowed.c_str(), literal);
+    EXPECT_EQ(borrowed.Size(), 0);
+    EXPECT_FALSE(borrowed.IsValid());
+    borrowed.Delete();  // must not release the literal (the sanitizer build would object)
+    EXPECT_EQ(borrowed.c_str(), nullptr);
+
+    TPString cut(literal, 3);
+    EXPECT_NE(cut.c_str(), literal);
+    EXPECT_EQ(Text(cut), "abc");
+    EXPECT_EQ(cut.Size(), 4);
+    EXPECT_TRUE(cut.IsValid());
+    EXPECT_EQ(TPString(literal, 10).c_str(), literal);  // a longer limit cuts nothing
+
+    char buffer[] = "xyz";
+    TPString owned(buffer);
+    EXPECT_NE(owned.c_str(), buffer);
+    EXPECT_EQ(owned.Size(), 4);
+
+    TPString assigned;
+    assigned = literal;
+    EXPECT_NE(assigned.c_str(), literal);
+    EXPECT_EQ(assigned.Size(), 7);
+    assigned = assigned;  // self-assignment keeps the text
+    EXPECT_EQ(Text(assigned), "abcdef");
+
+    TPString copy(borrowed = TPString(literal, 0));
+    EXPECT_EQ(copy.Size(), 7);  // copies of anything non-empty own their text
+    EXPECT_TRUE(TPString("").IsEmpty());
+    EXPECT_EQ(TPString("", 0).c_str(), nullptr);
+}
+
+TEST(TPString, NumbersCharactersAndConcatenation) {
+    EXPECT_EQ(Text(TPString(-2147483647 - 1)), "-2147483648");
+    EXPECT_EQ(Text(TPString('x')), "x");
+    EXPECT_EQ(TPString('x').Size(), 2);
+    EXPECT_EQ(TPString('\0').c_str(), nullptr);
+    TPString s("abc", 0);
+    EXPECT_EQ(Text(s + 5), "abc5");
+    EXPECT_EQ(Text(s + "de" + TPString("f", 0)), "abcdef");
+    EXPECT_EQ(Text(TPString::Add(nullptr, "b")), "b");
+    EXPECT_EQ(TPString::Add(nullptr, nullptr).c_str(), nullptr);
+    EXPECT_EQ(Text(TPString() + TPString()), "");
+}
+
+TEST(TPString, EveryAppendAllocatesExactlyWhatIsNeeded) {
+    TPString s;
+    s += '\0';
+    EXPECT_EQ(s.c_str(), nullptr);
+    s += 'a';
+    EXPECT_EQ(s.Size(), 2);
+    const char* before = s.c_str();
+    s += 'b';
+    EXPECT_EQ(s.Size(), 3);
+    EXPECT_NE(s.c_str(), before);  // never grown in place
+
+    TPString borrowed("xy", 0);
+    TPString result = borrowed += 'z';
+    EXPECT_EQ(Text(borrowed), "xyz");
+    EXPECT_EQ(borrowed.Size(), 4);  // length + 1 of the borrowed text, plus one
+    EXPECT_EQ(Text(result), "xyz");
+
+    s += TPString("cd", 0);
+    EXPECT_EQ(Text(s), "abcd");
+    EXPECT_EQ(s.Size(), 5);
+    s += s;
+    EXPECT_EQ(Text(s), "abcdabcd");
+    s += L"\u00E4\u20AC\u4E2D";
+    EXPECT_EQ(Text(s), "abcdabcd\xE4\x80?");
+}
+
+TEST(TPString, ExternalBufferStringsWriteNoTerminatorAndAreNeverReleased) {
+    char buffer[8];
+    std::memset(buffer, 'Z', sizeof buffer);
+    {
+        TPString s("abcdef", buffer, 3);
+        EXPECT_EQ(s.c_str(), buffer);
+        EXPECT_EQ(s.Size(), 4);
+        EXPECT_EQ(std::string(buffer, 4), "abcZ");  // no NUL written behind the text
+    }                                               // released without freeing the caller's buffer
+    std::memset(buffer, 0, sizeof buffer);
+    TPString whole(TPString("hi", 0), buffer, 0);
+    EXPECT_EQ(Text(whole), "hi");
+    EXPECT_EQ(whole.Size(), 3);
+
+    std::memset(buffer, 'Q', sizeof buffer);
+    TPString none("", buffer, 4);
+    EXPECT_EQ(none.c_str(), nullptr);
+    EXPECT_EQ(buffer[0], 'Q');  // untouched
+    TPString noBuffer("abc", nullptr, 0);
+    EXPECT_EQ(noBuffer.c_str(), nullptr);
+    EXPECT_EQ(noBuffer.Size(), 0);
+
+    wchar_t wide[] = L"\u00FCber";
+    std::memset(buffer, 0, sizeof buffer);
+    TPString narrowed(wide, buffer, 0);
+    EXPECT_EQ(Text(narrowed),
+              "\xFC"
+              "ber");
+}
+
+TEST(TPString, TextInsideAMappedDeviceWindowIsNeverReleased) {
+    static char image[64] = {};
+    ASSERT_TRUE(DeviceAddressSpace::Map(DeviceAddressSpace::kInstrumentBase, image, sizeof image));
+    {
+        TPString s("Flug", image, 0);
+        EXPECT_TRUE(DeviceAddressSpace::InInstrumentRange(s.c_str()));
+    }
+    EXPECT_EQ(std::string(image), "Flug");
+    DeviceAddressSpace::Clear();
+}
+
+TEST(TPString, WideStringsMapAll256BytesBothWays) {
+    std::string all;
+    for (int b = 1; b < 256; ++b)
+        all.push_back(static_cast<char>(b));
+    const TPString bytes(all.c_str(), 0);
+    const UnicodeString wide(bytes);
+    ASSERT_EQ(wide.size(), 255u);
+    EXPECT_EQ(wide[0x80 - 1], L'\u20AC');
+    EXPECT_EQ(wide[0x81 - 1], L'\u0081');  // undefined in the code page: kept as C1 control
+    EXPECT_EQ(wide[0x9F - 1], L'\u0178');
+    EXPECT_EQ(wide[0xE4 - 1], L'\u00E4');
+    EXPECT_EQ(Text(TPString(wide)), all);
+    EXPECT_EQ(Text(TPString(UnicodeString(L"\u4E2D\u00DF"))), "?\xDF");
+    EXPECT_TRUE(UnicodeString(TPString()).empty());
+}
+
+TEST(TPString, EmptinessAndValidity) {
+    EXPECT_TRUE(TPString::IsEmptyText(nullptr));
+    EXPECT_TRUE(TPString::IsEmptyText(reinterpret_cast<const char*>(0x100)));
+    EXPECT_TRUE(TPString::IsEmptyText(reinterpret_cast<const char*>(0x3FFF)));
+    EXPECT_TRUE(TPString::IsEmptyText(""));
+    EXPECT_FALSE(TPString::IsEmptyText("a"));
+
+    TPString s("abc");
+    s = "abc";
+    EXPECT_TRUE(s.IsValid());
+    s[2] = '\0';  // someone wrote into the buffer
+    EXPECT_FALSE(s.IsValid());
+    EXPECT_EQ(s.Length(), 1);
+    EXPECT_TRUE(TPString().IsValid());
+    EXPECT_EQ(TPString().Length(), 0);
+    EXPECT_EQ(TPString("xyz", 0).LastChar(), 'z');
+    EXPECT_EQ(TPString().LastChar(), '\0');
+    EXPECT_EQ(TPString("a.b.c", 0).CountChar('.'), 2);
+}
+
+TEST(TPString, RecordsTheHighestBufferAddress) {
+    TPString s;
+    s = "heap";
+    EXPECT_GE(HeapAdresse, reinterpret_cast<std::intptr_t>(s.c_str()));
+}
