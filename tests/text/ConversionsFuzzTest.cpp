@@ -95,7 +95,7 @@ TEST(ConversionsFuzz, Utf8DecoderAgreesWithPythonOnRandomAndTruncatedInput) {
     std::string batch;
     for (const auto& s : inputs)
         batch += Hex(s) + "\n";
-    std::istringstream expected(test::RunTool(kPythonUtf8Oracle, batch));
+    std::istringstream expected(test::RunReference(kPythonUtf8Oracle, batch));
     for (const auto& s : inputs) {
         std::string line;
         ASSERT_TRUE(std::getline(expected, line)) << "python3 gave too few lines";

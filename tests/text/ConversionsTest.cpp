@@ -72,7 +72,8 @@ TEST(Conversions, BorrowedTextIsLeftAloneAndExternalBuffersAreConverted) {
 // The letters and the degree sign as the system's iconv converts them.
 TEST(Conversions, TheSevenLettersAndTheDegreeSignAgreeWithIconv) {
     for (const char* page : {"CP850", "CP437"}) {
-        const std::string oem = test::RunTool(std::string("iconv -f CP1252 -t ") + page, kLetters);
+        const std::string oem =
+            test::RunReference(std::string("iconv -f CP1252 -t ") + page, kLetters);
         ASSERT_EQ(oem.size(), kLetters.size()) << page;
         EXPECT_EQ(Text(Owned(kLetters).Ansi2OEM()), oem) << page;
         EXPECT_EQ(Text(Owned(oem).OEM2Ansi()), kLetters) << page;
@@ -82,8 +83,8 @@ TEST(Conversions, TheSevenLettersAndTheDegreeSignAgreeWithIconv) {
     }
     for (const char c : kLetters + kDegree) {
         const std::string one(1, c);
-        const std::string utf8 = test::RunTool("iconv -f CP1252 -t UTF-8", one);
-        const std::string utf32 = test::RunTool("iconv -f CP1252 -t UTF-32BE", one);
+        const std::string utf8 = test::RunReference("iconv -f CP1252 -t UTF-8", one);
+        const std::string utf32 = test::RunReference("iconv -f CP1252 -t UTF-32BE", one);
         ASSERT_EQ(utf32.size(), 4u);
         unsigned codePoint = 0;
         for (const char b : utf32)
@@ -105,7 +106,7 @@ TEST(Conversions, EveryWindows1252CharacterSurvivesUtf8AndHtml) {
         if (b == 0x81 || b == 0x8D || b == 0x8F || b == 0x90 || b == 0x9D) continue;
         all += static_cast<char>(b);
     }
-    const std::string utf8 = test::RunTool("iconv -f CP1252 -t UTF-8", all);
+    const std::string utf8 = test::RunReference("iconv -f CP1252 -t UTF-8", all);
     ASSERT_GT(utf8.size(), all.size());
     EXPECT_EQ(Text(Owned(utf8).UTF8toAscii()), all);
     EXPECT_EQ(Text(Owned(utf8).UTF8toHTML(0)), Text(Owned(all).Ansi2HTML(false)));
@@ -212,7 +213,7 @@ TEST(Conversions, UrlEncodingKeepsItsSetAndWritesHighBytesAsFF) {
 // The named references against Python's table of HTML 4: each one whose character
 // Windows-1252 has is decoded to that byte, the others are left as they are.
 TEST(Conversions, DecodingKnowsTheNamedReferencesOfHtml4) {
-    const std::string table = test::RunTool(
+    const std::string table = test::RunReference(
         "python3 -c \"import html.entities as e\n"
         "for n, c in sorted(e.name2codepoint.items()):\n"
         "    try: b = chr(c).encode('cp1252')[0]\n"

@@ -23,8 +23,8 @@ inline std::filesystem::path ScratchFolder() {
 
 /// Output of `command` run by the shell with `input` on its standard input; `status` receives
 /// its exit status.
-inline std::string RunTool(const std::string& command, const std::string& input,
-                           int* status = nullptr) {
+inline std::string RunReference(const std::string& command, const std::string& input,
+                                int* status = nullptr) {
     static int counter = 0;
     const std::filesystem::path inputFile =
         ScratchFolder() / ("input_" + std::to_string(::getpid()) + "_" + std::to_string(++counter));

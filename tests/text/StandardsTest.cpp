@@ -18,6 +18,7 @@
 #include <vector>
 
 #include "ExternalTools.h"
+#include "support/WarningCapture.h"
 
 namespace tn {
 namespace {
@@ -28,26 +29,6 @@ std::string Text(const TPString& s) {
 TPString Owned(const std::string& s) {
     return TPString(const_cast<char*>(s.c_str()));
 }
-
-std::vector<std::string> captured;
-void Capture(TPString text) {
-    captured.emplace_back(Text(text));
-}
-
-// Sets OnWarning to a recorder for the test's lifetime.
-struct WarningCapture {
-    TPWarningHook saved = OnWarning;
-    bool savedEnabled = WrnEnabled;
-    WarningCapture() {
-        captured.clear();
-        OnWarning = Capture;
-        WrnEnabled = true;
-    }
-    ~WarningCapture() {
-        OnWarning = saved;
-        WrnEnabled = savedEnabled;
-    }
-};
 
 // Base 36 as the standard library writes it, in capitals.
 std::string ToChars36(int value) {
@@ -265,7 +246,7 @@ TEST(Standards, FormatLanguageAgreesWithPythonDecimal) {
         std::snprintf(line, sizeof line, "%.17g\n", v);
         input += line;
     }
-    const std::string output = test::RunTool(
+    const std::string output = test::RunReference(
         "python3 -c \"import sys\n"
         "from decimal import Decimal, ROUND_HALF_UP\n"
         "for line in sys.stdin:\n"
@@ -300,11 +281,11 @@ TEST(Standards, PaddingTrimmingAndCharacters) {
 
 TEST(Standards, MessagesGoToTheHostOrTheInformationBox) {
     {
-        WarningCapture capture;
+        test::WarningCapture capture;
         WrnEnabled = false;  // not a warning: still shown
         zkShowMessage(TPString("Daten gespeichert", 0));
-        ASSERT_EQ(captured.size(), 1u);
-        EXPECT_EQ(captured[0], "Daten gespeichert");
+        ASSERT_EQ(capture.Texts().size(), 1u);
+        EXPECT_EQ(capture.Texts()[0], "Daten gespeichert");
     }
     const TPWarningHook saved = OnWarning;
     OnWarning = nullptr;
@@ -334,7 +315,7 @@ struct ProgramDirGuard {
 
 TEST(Standards, PathMacros) {
     ProgramDirGuard guard;
-    WarningCapture capture;
+    test::WarningCapture capture;
     ProgramDir = "/opt/zander";
     EXPECT_EQ(Text(PfadErweiterung(TPString("$(ZKS)\\daten\\flug.dat", 0))),
               "/opt/zander/daten/flug.dat");
@@ -346,21 +327,21 @@ TEST(Standards, PathMacros) {
     ::setenv("TN_TEST_FOLDER", "/srv/tn", 1);
     ::unsetenv("TN_TEST_UNSET");
     EXPECT_EQ(Text(PfadErweiterung(TPString("%TN_TEST_FOLDER%\\log.txt", 0))), "/srv/tn/log.txt");
-    EXPECT_TRUE(captured.empty());
+    EXPECT_TRUE(capture.Texts().empty());
 
     // Unknown macros stay as they are, with a warning each.
     EXPECT_EQ(Text(PfadErweiterung(TPString("%TN_TEST_UNSET%\\a", 0))), "%TN_TEST_UNSET%/a");
     EXPECT_EQ(Text(PfadErweiterung(TPString("$(FOO)\\b", 0))), "$(FOO)/b");
-    ASSERT_EQ(captured.size(), 2u);
-    EXPECT_EQ(captured[0], "PfadErweiterung: unbekanntes Makro %TN_TEST_UNSET%");
-    EXPECT_EQ(captured[1], "PfadErweiterung: unbekanntes Makro $(FOO)");
+    ASSERT_EQ(capture.Texts().size(), 2u);
+    EXPECT_EQ(capture.Texts()[0], "PfadErweiterung: unbekanntes Makro %TN_TEST_UNSET%");
+    EXPECT_EQ(capture.Texts()[1], "PfadErweiterung: unbekanntes Makro $(FOO)");
 
     // Other text, lone or unmatched marks included, is left alone.
-    captured.clear();
+    capture.Clear();
     for (const char* plain : {"50% von 100%", "100%", "%%", "$(ZKS", "$x", "a b.txt"}) {
         EXPECT_EQ(Text(PfadErweiterung(TPString(plain, 0))), plain);
     }
-    EXPECT_TRUE(captured.empty());
+    EXPECT_TRUE(capture.Texts().empty());
     EXPECT_EQ(PfadErweiterung(TPString()).c_str(), nullptr);
     ::unsetenv("TN_TEST_FOLDER");
 }
