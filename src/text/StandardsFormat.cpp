@@ -87,7 +87,7 @@ Decimal RoundedDecimal(double magnitude, int decimals) {
             d.digits[static_cast<std::size_t>(i--)] = '0';
         }
         if (i < 0) {
-            d.digits.insert(0, "1");
+            d.digits = "1" + d.digits;
             ++d.pointPosition;
         } else {
             ++d.digits[static_cast<std::size_t>(i)];
