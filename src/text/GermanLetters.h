@@ -1,4 +1,4 @@
-// The German special characters and their forms in the other character sets the package meets:
+// The German letters and their forms in the other character sets the package meets:
 // the OEM code page of DOS-era files and device displays (437 and 850 agree on these seven),
 // the 7-bit German replacements of old printers and terminals, HTML and plain ASCII.
 #pragma once
