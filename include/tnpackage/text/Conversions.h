@@ -1,6 +1,16 @@
 // Free functions of the character-set and mark-up conversions; the member forms are part of
 // TPString (Ansi2OEM, OEM2Ansi, Ansi2Uml, UmlautCodierung, Ansi2HTML, HTMLCodierung,
 // HTMLDecodierung2, UTF8toAscii, UTF8toHTML).
+//
+// The UTF-8 members read strictly: an ill-formed piece (a stray continuation byte, a sequence
+// cut short, an overlong form, a surrogate, a value above U+10FFFF) becomes one "?" per
+// maximal piece, as the Unicode standard recommends, and nothing past the text's end is read.
+//  - UTF8toAscii(): every character Windows-1252 has becomes its byte, any other one "?".
+//  - UTF8toHTML(mode): `mode` is a set of bits. Without bit 2 the German letters and the
+//    degree sign become the references of Ansi2HTML ("&#228;"), other characters
+//    Windows-1252 has their byte, the rest decimal references ("&#8594;"); with bit 2 every
+//    character beyond ASCII is a decimal reference (pure ASCII). Bit 1 also escapes "&", "<"
+//    and ">" as Ansi2HTML(true) does. Other bits are ignored.
 #pragma once
 
 #include <tnpackage/Export.h>
