@@ -6,11 +6,12 @@
 // cut short, an overlong form, a surrogate, a value above U+10FFFF) becomes one "?" per
 // maximal piece, as the Unicode standard recommends, and nothing past the text's end is read.
 //  - UTF8toAscii(): every character Windows-1252 has becomes its byte, any other one "?".
-//  - UTF8toHTML(mode): `mode` is a set of bits. Without bit 2 the German letters and the
+//  - UTF8toHTML(mode): `mode` is a set of flags. Without flag 2 the German letters and the
 //    degree sign become the references of Ansi2HTML ("&#228;"), other characters
-//    Windows-1252 has their byte, the rest decimal references ("&#8594;"); with bit 2 every
-//    character beyond ASCII is a decimal reference (pure ASCII). Bit 1 also escapes "&", "<"
-//    and ">" as Ansi2HTML(true) does. Other bits are ignored.
+//    Windows-1252 has their byte, the rest decimal references ("&#8594;"); with flag 2 every
+//    character beyond ASCII is a decimal reference (pure ASCII). Flag 1 also escapes "&", "<"
+//    and ">" as Ansi2HTML(true) does. Other flags are ignored. So 0 suits text for a
+//    Windows-1252 page, 3 text for a page of any encoding.
 #pragma once
 
 #include <tnpackage/Export.h>
