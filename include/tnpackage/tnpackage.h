@@ -26,9 +26,14 @@
 
 // Coordinates and constants.
 #include <tnpackage/geo/Constants.h>
+#include <tnpackage/geo/TPEllipsoid.h>
+#include <tnpackage/geo/TPGeoid.h>
+#include <tnpackage/geo/TSKoordinate.h>
 
 // Device memory and FAT volume.
 
 // Flash memory model.
 
 // Utilities.
+#include <tnpackage/util/Rounding.h>
+#include <tnpackage/util/zkFloat.h>

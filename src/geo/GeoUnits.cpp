@@ -1,5 +1,8 @@
 // Start and exit of the constants, coordinate and geometry units.
+#include <tnpackage/geo/TSKoordinate.h>
+
 #include "frame/Units.h"
+#include "geo/KoordinateWarnings.h"
 
 namespace tn::units {
 
@@ -12,7 +15,13 @@ void Up_complex_Finalization() {}
 void Up_intconvert_Initialization() {}
 void Up_intconvert_Finalization() {}
 
-void Up_koordinate_Initialization() {}
+// The settings and the warning limits start afresh with every start of the package, as they
+// would with a fresh load of the library.
+void Up_koordinate_Initialization() {
+    DistanzModus = 2;
+    KoordinatenMinutenFormat = 0;
+    geo::ResetKoordinateWarnings();
+}
 void Up_koordinate_Finalization() {}
 
 void Up_punkt_Initialization() {}

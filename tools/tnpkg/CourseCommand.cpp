@@ -1,0 +1,32 @@
+// `tnpkg course`: the true course from one point to another.
+#include <tnpackage/tnpackage.h>
+
+#include <cstdio>
+
+#include "Command.h"
+#include "GeoPoints.h"
+
+namespace tnpkg {
+namespace {
+
+int RunCourse(const std::vector<std::string>& words) {
+    Args args(words, {});
+    args.AllowFlags({});
+    if (!args.Problem().empty()) return UsageError("course", args.Problem());
+    std::vector<tn::TSKoordinate> points;
+    std::string problem;
+    if (!ReadPoints(args.Positional(), 2, points, problem)) return UsageError("course", problem);
+    std::printf("%.6f\n", points[0].Kurs(points[1]));
+    return kSuccess;
+}
+
+const CommandRegistration reg(
+    {"course", "true course from one point to another in degrees",
+     "usage: tnpkg course POINT POINT\n\n"
+     "Prints the true course from the first point to the second in degrees (0 north, 90\n"
+     "east; 270 for two equal points). A point is either an IGC fix text\n"
+     "(4728123N01134567E) or two decimal numbers, latitude and longitude in degrees.\n",
+     RunCourse, true});
+
+}  // namespace
+}  // namespace tnpkg
