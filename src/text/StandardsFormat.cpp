@@ -156,7 +156,10 @@ TPString zkIntToHex(int value, int digits) {
     return TPString(text);
 }
 
-TPString zkFormatFloat(TPString format, zkFloat value) {
+TPString zkFormatFloat(TPString format, zkFloat extended) {
+    // Formatting starts from 15 significant digits, which a double carries; every C runtime
+    // prints a double the same way, not every one an extended value.
+    const auto value = static_cast<double>(extended);
     std::string out;
     if (std::isnan(value)) {
         out = "NAN";

@@ -221,6 +221,9 @@ TEST(Standards, FormatLanguage) {
     EXPECT_EQ(Text(zkFormatFloat(TPString(), 0.1)), "0.1");
     EXPECT_EQ(Text(zkFormatFloat(TPString(), -1234.5)), "-1234.5");
     EXPECT_EQ(zkFormatFloat(TPString("0", 0), 1.7e308).Length(), 309);
+    // An extended value counts with the 15 digits a double carries.
+    EXPECT_EQ(Text(zkFormatFloat(TPString("0.00", 0), 2.675L)), "2.68");
+    EXPECT_EQ(Text(zkFormatFloat(TPString("0.000", 0), 1.0L / 3.0L)), "0.333");
 
     zkDecimalSeparator = ',';
     EXPECT_EQ(Text(zkFormatFloat(TPString("#,##0.00", 0), 1234.5)), "1.234,50");

@@ -4,11 +4,9 @@
 
 #include <tnpackage/Export.h>
 #include <tnpackage/text/TPString.h>
+#include <tnpackage/util/zkFloat.h>
 
 namespace tn {
-
-/// The package's floating type of measured values.
-using zkFloat = double;
 
 // ---- base-36 digits and IGC short file names ----------------------------------------------------
 
