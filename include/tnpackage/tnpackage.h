@@ -21,8 +21,13 @@
 // Lists and persistent records.
 
 // CRC checksums.
+#include <tnpackage/crc/CrcFunctions.h>
+#include <tnpackage/crc/TPCRC.h>
 
 // Date and time.
+#include <tnpackage/time/Clock.h>
+#include <tnpackage/time/MessTime.h>
+#include <tnpackage/time/TPDateTime.h>
 
 // Coordinates and constants.
 #include <tnpackage/geo/Constants.h>
@@ -31,9 +36,11 @@
 #include <tnpackage/geo/TSKoordinate.h>
 
 // Device memory and FAT volume.
+#include <tnpackage/storage/TPDateiInfo.h>
 
 // Flash memory model.
 
 // Utilities.
+#include <tnpackage/util/Reflect.h>
 #include <tnpackage/util/Rounding.h>
 #include <tnpackage/util/zkFloat.h>

@@ -1,5 +1,6 @@
 // Start and exit of the constants unit: the constants get their values in a fixed order.
 #include <tnpackage/geo/Constants.h>
+#include <tnpackage/time/TPDateTime.h>
 
 #include <cmath>
 
@@ -19,10 +20,10 @@ void Up_constante_Initialization() {
     Pi2 = 2.0 * Pi;
     e = std::exp(1.0);
     ArcProGrad = static_cast<double>(static_cast<long double>(Pi) * kOneOver180);
-    Tag = 1.0;
-    Stunde = Tag / 24.0;
-    Minute = Stunde / 60.0;
-    Sekunde = Minute / 60.0;
+    Sekunde = TPDateTime(0, 0, 1, 0);
+    Minute = TPDateTime(0, 1, 0, 0);
+    Stunde = TPDateTime(1, 0, 0, 0);
+    Tag = TPDateTime(1, 1, 1900);
 }
 void Up_constante_Finalization() {}
 
