@@ -1,11 +1,11 @@
 // Base-36 digits and the IGC short file name.
 #include <tnpackage/BuildConfig.h>
 #include <tnpackage/text/Standards.h>
+#include <tnpackage/time/Clock.h>
+#include <tnpackage/time/TPDateTime.h>
 
 #include <cstdint>
 #include <string>
-
-#include "text/IgcDate.h"
 
 namespace tn {
 
@@ -75,7 +75,7 @@ int IGCToInt(TPString text) {
 }
 
 TPString IGCName(int serial, int flight) {
-    TPString name = detail::IgcShortDateOfToday();
+    TPString name = CurrentDate().String(PDateTimeFlag::IGCShortDate);
     name += build::kIgcManufacturer;
     name += IntToMod36(serial, kIgcSerialDigits);
     name += Mod36Char(static_cast<char>(flight));

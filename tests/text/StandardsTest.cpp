@@ -138,6 +138,32 @@ TEST(Standards, IgcShortFileName) {
     EXPECT_EQ(Text(IGCName(46656, 1)).substr(4), "10001.IGC");
 }
 
+// With the host counting tenths of a second, "today" is the date of ResetTime.
+TEST(Standards, IgcShortFileNameOnTheCountedClock) {
+    const TPDateTime savedReset = ResetTime;
+    const std::int32_t savedCounter = ZehntelTimer;
+    const struct {
+        short day, month, year;
+        const char* name;
+    } cases[] = {
+        {24, 11, 2026, "6BOX0YA1.IGC"},
+        {31, 12, 2029, "9CVX0YA1.IGC"},
+        {1, 1, 2030, "011X0YA1.IGC"},
+        {9, 10, 2005, "5A9X0YA1.IGC"},
+    };
+    for (const auto& c : cases) {
+        TPDateTime day;
+        day.DateKonvert(c.day, c.month, c.year);
+        ResetTime = day;
+        ZehntelTimer = 600;  // a minute after midnight
+        std::string expected = c.name;
+        expected[3] = build::kIgcManufacturer;
+        EXPECT_EQ(Text(IGCName(1234, 1)), expected);
+    }
+    ResetTime = savedReset;
+    ZehntelTimer = savedCounter;
+}
+
 TEST(Standards, IntegersAsText) {
     for (const int v : {0, 1, -1, 42, -28, INT_MAX, INT_MIN}) {
         EXPECT_EQ(Text(zkIntToStr(v)), std::to_string(v));
