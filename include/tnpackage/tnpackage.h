@@ -37,10 +37,13 @@
 
 // Device memory and FAT volume.
 #include <tnpackage/storage/TPDateiInfo.h>
+#include <tnpackage/storage/TPImageSpeicher.h>
+#include <tnpackage/storage/TPSpeicher.h>
 
 // Flash memory model.
 
 // Utilities.
 #include <tnpackage/util/Reflect.h>
 #include <tnpackage/util/Rounding.h>
+#include <tnpackage/util/TPLogFile.h>
 #include <tnpackage/util/zkFloat.h>

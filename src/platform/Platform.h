@@ -54,4 +54,47 @@ bool ReplaceFile(const char* from, const char* to);
 /// Size of a file in bytes, or -1.
 std::int64_t FileSize(const char* path);
 
+// ---- file handles ---------------------------------------------------------------------------
+// Byte-level file access for memory images and logs. A handle is a plain integer so that it can
+// live in a public field; kInvalidFile marks a failed open.
+using FileHandle = std::intptr_t;
+inline constexpr FileHandle kInvalidFile = -1;
+
+enum class FileAccess { Read, Write, ReadWrite };
+enum class SeekOrigin { Begin, Current, End };
+
+/// Opens an existing file; kInvalidFile when it is missing or cannot be opened.
+FileHandle FileOpen(const char* path, FileAccess access);
+/// Opens a file for reading and writing, creating it (empty) when it is missing.
+FileHandle FileOpenOrCreate(const char* path);
+/// Creates a file for reading and writing; an existing file is emptied.
+FileHandle FileCreate(const char* path);
+/// Moves the file position; the new position from the start, or -1.
+std::int64_t FileSeek(FileHandle file, std::int64_t offset, SeekOrigin origin);
+/// Reads up to `count` bytes (fewer only at the end of the file); -1 on an error.
+std::int64_t FileRead(FileHandle file, void* buffer, std::int64_t count);
+/// Writes `count` bytes; the number written (fewer when the medium is full), or -1.
+std::int64_t FileWrite(FileHandle file, const void* buffer, std::int64_t count);
+/// Forces written data onto the medium.
+bool FileFlush(FileHandle file);
+/// Closes a handle; kInvalidFile is ignored.
+void FileClose(FileHandle file);
+/// Whether a path is absolute on this platform (a relative one depends on the current folder).
+bool IsAbsolutePath(const char* path);
+
+/// A handle that is closed when it goes out of scope.
+class ScopedFile {
+public:
+    explicit ScopedFile(FileHandle file) noexcept : file_(file) {}
+    ~ScopedFile() { FileClose(file_); }
+    ScopedFile(const ScopedFile&) = delete;
+    ScopedFile& operator=(const ScopedFile&) = delete;
+
+    FileHandle get() const noexcept { return file_; }
+    bool IsOpen() const noexcept { return file_ != kInvalidFile; }
+
+private:
+    FileHandle file_;
+};
+
 }  // namespace tn::platform

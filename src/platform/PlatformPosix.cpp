@@ -138,4 +138,81 @@ std::int64_t FileSize(const char* path) {
     return static_cast<std::int64_t>(st.st_size);
 }
 
+// ---- file handles -------------------------------------------------------------------------------
+
+namespace {
+
+// Files are created readable and writable by everyone the umask allows.
+constexpr mode_t kCreateMode = 0666;
+
+FileHandle OpenWith(const char* path, int flags) {
+    if (path == nullptr || *path == '\0') return kInvalidFile;
+    int fd = -1;
+    do {
+        fd = open(path, flags | O_CLOEXEC, kCreateMode);
+    } while (fd < 0 && errno == EINTR);
+    return fd < 0 ? kInvalidFile : static_cast<FileHandle>(fd);
+}
+
+int Descriptor(FileHandle file) { return static_cast<int>(file); }
+
+}  // namespace
+
+FileHandle FileOpen(const char* path, FileAccess access) {
+    const int flags = access == FileAccess::Read    ? O_RDONLY
+                      : access == FileAccess::Write ? O_WRONLY
+                                                    : O_RDWR;
+    return OpenWith(path, flags);
+}
+
+FileHandle FileOpenOrCreate(const char* path) { return OpenWith(path, O_RDWR | O_CREAT); }
+
+FileHandle FileCreate(const char* path) { return OpenWith(path, O_RDWR | O_CREAT | O_TRUNC); }
+
+std::int64_t FileSeek(FileHandle file, std::int64_t offset, SeekOrigin origin) {
+    if (file == kInvalidFile) return -1;
+    const int whence = origin == SeekOrigin::Begin     ? SEEK_SET
+                       : origin == SeekOrigin::Current ? SEEK_CUR
+                                                       : SEEK_END;
+    const off_t position = lseek(Descriptor(file), static_cast<off_t>(offset), whence);
+    return position < 0 ? -1 : static_cast<std::int64_t>(position);
+}
+
+std::int64_t FileRead(FileHandle file, void* buffer, std::int64_t count) {
+    if (file == kInvalidFile || buffer == nullptr || count < 0) return -1;
+    auto* bytes = static_cast<char*>(buffer);
+    std::int64_t done = 0;
+    while (done < count) {
+        const ssize_t n =
+            read(Descriptor(file), bytes + done, static_cast<std::size_t>(count - done));
+        if (n < 0 && errno == EINTR) continue;
+        if (n < 0) return done > 0 ? done : -1;
+        if (n == 0) break;  // end of file
+        done += n;
+    }
+    return done;
+}
+
+std::int64_t FileWrite(FileHandle file, const void* buffer, std::int64_t count) {
+    if (file == kInvalidFile || buffer == nullptr || count < 0) return -1;
+    const auto* bytes = static_cast<const char*>(buffer);
+    std::int64_t done = 0;
+    while (done < count) {
+        const ssize_t n =
+            write(Descriptor(file), bytes + done, static_cast<std::size_t>(count - done));
+        if (n < 0 && errno == EINTR) continue;
+        if (n <= 0) return done > 0 ? done : -1;  // a full medium ends the write short
+        done += n;
+    }
+    return done;
+}
+
+bool FileFlush(FileHandle file) { return file != kInvalidFile && fsync(Descriptor(file)) == 0; }
+
+void FileClose(FileHandle file) {
+    if (file != kInvalidFile) close(Descriptor(file));
+}
+
+bool IsAbsolutePath(const char* path) { return path != nullptr && path[0] == '/'; }
+
 }  // namespace tn::platform

@@ -5,7 +5,11 @@
 #define WIN32_LEAN_AND_MEAN
 #include <io.h>
 #include <windows.h>
+// windows.h renames these to their ...A forms, which would define the wrong functions here.
+#undef DeleteFile
+#undef ReplaceFile
 
+#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 
@@ -96,6 +100,100 @@ std::int64_t FileSize(const char* path) {
     if (path == nullptr || !GetFileAttributesExA(path, GetFileExInfoStandard, &data)) return -1;
     if (data.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) return -1;
     return (static_cast<std::int64_t>(data.nFileSizeHigh) << 32) | data.nFileSizeLow;
+}
+
+// ---- file handles -------------------------------------------------------------------------------
+
+namespace {
+
+FileHandle FromHandle(HANDLE h) {
+    return h == INVALID_HANDLE_VALUE ? kInvalidFile : reinterpret_cast<FileHandle>(h);
+}
+
+HANDLE ToHandle(FileHandle file) { return reinterpret_cast<HANDLE>(file); }
+
+FileHandle OpenWith(const char* path, DWORD access, DWORD disposition) {
+    if (path == nullptr || *path == '\0') return kInvalidFile;
+    return FromHandle(CreateFileA(path, access, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
+                                  disposition, FILE_ATTRIBUTE_NORMAL, nullptr));
+}
+
+// ReadFile and WriteFile move at most a DWORD at a time.
+constexpr std::int64_t kLargestTransfer = 0x40000000;
+
+}  // namespace
+
+FileHandle FileOpen(const char* path, FileAccess access) {
+    const DWORD rights = access == FileAccess::Read    ? GENERIC_READ
+                         : access == FileAccess::Write ? GENERIC_WRITE
+                                                       : (GENERIC_READ | GENERIC_WRITE);
+    return OpenWith(path, rights, OPEN_EXISTING);
+}
+
+FileHandle FileOpenOrCreate(const char* path) {
+    return OpenWith(path, GENERIC_READ | GENERIC_WRITE, OPEN_ALWAYS);
+}
+
+FileHandle FileCreate(const char* path) {
+    return OpenWith(path, GENERIC_READ | GENERIC_WRITE, CREATE_ALWAYS);
+}
+
+std::int64_t FileSeek(FileHandle file, std::int64_t offset, SeekOrigin origin) {
+    if (file == kInvalidFile) return -1;
+    const DWORD method = origin == SeekOrigin::Begin     ? FILE_BEGIN
+                         : origin == SeekOrigin::Current ? FILE_CURRENT
+                                                         : FILE_END;
+    LARGE_INTEGER distance{};
+    distance.QuadPart = offset;
+    LARGE_INTEGER position{};
+    if (!SetFilePointerEx(ToHandle(file), distance, &position, method)) return -1;
+    return position.QuadPart;
+}
+
+std::int64_t FileRead(FileHandle file, void* buffer, std::int64_t count) {
+    if (file == kInvalidFile || buffer == nullptr || count < 0) return -1;
+    auto* bytes = static_cast<char*>(buffer);
+    std::int64_t done = 0;
+    while (done < count) {
+        const DWORD chunk = static_cast<DWORD>((std::min)(count - done, kLargestTransfer));
+        DWORD n = 0;
+        if (!ReadFile(ToHandle(file), bytes + done, chunk, &n, nullptr)) {
+            return done > 0 ? done : -1;
+        }
+        if (n == 0) break;  // end of file
+        done += n;
+    }
+    return done;
+}
+
+std::int64_t FileWrite(FileHandle file, const void* buffer, std::int64_t count) {
+    if (file == kInvalidFile || buffer == nullptr || count < 0) return -1;
+    const auto* bytes = static_cast<const char*>(buffer);
+    std::int64_t done = 0;
+    while (done < count) {
+        const DWORD chunk = static_cast<DWORD>((std::min)(count - done, kLargestTransfer));
+        DWORD n = 0;
+        if (!WriteFile(ToHandle(file), bytes + done, chunk, &n, nullptr) || n == 0) {
+            return done > 0 ? done : -1;  // a full medium ends the write short
+        }
+        done += n;
+    }
+    return done;
+}
+
+bool FileFlush(FileHandle file) {
+    return file != kInvalidFile && FlushFileBuffers(ToHandle(file)) != 0;
+}
+
+void FileClose(FileHandle file) {
+    if (file != kInvalidFile) CloseHandle(ToHandle(file));
+}
+
+bool IsAbsolutePath(const char* path) {
+    if (path == nullptr) return false;
+    // "\\server\share", "\\folder" and "C:\folder" do not depend on the current folder.
+    if (path[0] == '\\' || path[0] == '/') return true;
+    return path[0] != '\0' && path[1] == ':' && (path[2] == '\\' || path[2] == '/');
 }
 
 }  // namespace tn::platform

@@ -1,10 +1,15 @@
 // Start and exit of the storage units.
+#include <tnpackage/storage/TPSpeicher.h>
+
 #include "frame/Units.h"
 
 namespace tn::units {
 
+// SpeicherPfad starts empty (it is constant-initialised); the host names the folder.
 void Up_speicher_Initialization() {}
-void Up_speicher_Finalization() {}
+void Up_speicher_Finalization() {
+    SpeicherPfad.Delete();
+}
 
 void Up_fileio_Initialization() {}
 void Up_fileio_Finalization() {}

@@ -10,13 +10,14 @@
 #include <random>
 #include <vector>
 
+#include "DistanzModusScope.h"
 #include "GeodSolve.h"
-#include "WarningCapture.h"
 #include "geo/KoordinateWarnings.h"
+#include "support/WarningCapture.h"
 
 using namespace tn;
 using geotest::DistanzModusScope;
-using geotest::WarningCapture;
+using tn::test::WarningCapture;
 
 namespace {
 
@@ -195,7 +196,7 @@ TEST(OffsetConstructor, ReachesTheRadius) {
     // Straight north by one degree of arc.
     const TSKoordinate north(start, kR * kPiL / 180.0L, 0.0L, false);
     EXPECT_EQ(north, TSKoordinate(485000000, 112500000));
-    EXPECT_TRUE(warnings.Seen().empty());
+    EXPECT_TRUE(warnings.Texts().empty());
 }
 
 TEST(OffsetConstructor, CorrectionWarningsAtMostThreeWhileIDERun) {
@@ -205,7 +206,7 @@ TEST(OffsetConstructor, CorrectionWarningsAtMostThreeWhileIDERun) {
     // With DistanzModus 7 every distance is 0, so the correction can never reach the radius.
     DistanzModusScope noDistance(7);
     const TSKoordinate quiet(start, 5000.0L, 1.0L, true);
-    EXPECT_TRUE(warnings.Seen().empty());  // IDERun is not set
+    EXPECT_TRUE(warnings.Texts().empty());  // IDERun is not set
 
     IDERun = true;
     for (int i = 0; i < 5; ++i)
@@ -213,8 +214,8 @@ TEST(OffsetConstructor, CorrectionWarningsAtMostThreeWhileIDERun) {
     TSKoordinate(start, 5000.0L, 1.0L, false);  // without fein: no check
     IDERun = false;
     EXPECT_EQ(geo::CorrectionRadiusMisses(), 5);
-    ASSERT_EQ(warnings.Seen().size(), 3u);
-    EXPECT_EQ(warnings.Seen()[0],
+    ASSERT_EQ(warnings.Texts().size(), 3u);
+    EXPECT_EQ(warnings.Texts()[0],
               "TSKoordinate::TSKoordinate(TSKoordinate Punkt,zkFloat Radius,zkFloat "
               "Winkel,bool Fein): Korrektur-Radius: 5000m!");
     geo::ResetKoordinateWarnings();

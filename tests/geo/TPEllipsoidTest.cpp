@@ -9,8 +9,9 @@
 #include <numbers>
 #include <random>
 
+#include "DistanzModusScope.h"
 #include "GeodSolve.h"
-#include "WarningCapture.h"
+#include "support/WarningCapture.h"
 
 using namespace tn;
 

@@ -6,11 +6,11 @@
 #include <cmath>
 #include <numbers>
 
-#include "WarningCapture.h"
 #include "geo/KoordinateWarnings.h"
+#include "support/WarningCapture.h"
 
 using namespace tn;
-using geotest::WarningCapture;
+using tn::test::WarningCapture;
 
 namespace {
 constexpr long double kPiL = std::numbers::pi_v<long double>;
@@ -75,7 +75,7 @@ TEST(TSKoordinate, NonFiniteInputStaysDefined) {
     TSKoordinate k;
     EXPECT_EQ(k.SetInteger(std::nan(""), kmGrad), 0);
     EXPECT_EQ(k.SetInteger(HUGE_VAL, kmBogen), INT_MIN);
-    EXPECT_EQ(warnings.Seen().size(), 2u);
+    EXPECT_EQ(warnings.Texts().size(), 2u);
     EXPECT_EQ(TSKoordinate(std::nan(""), HUGE_VAL, kmInteger), TSKoordinate(INT_MIN, INT_MIN));
 }
 
@@ -86,8 +86,8 @@ TEST(TSKoordinate, BadModeWarnsOncePerProcess) {
     EXPECT_EQ(a, TSKoordinate());
     const TSKoordinate b(47.5, 11.25, 12);
     EXPECT_EQ(b, TSKoordinate());
-    ASSERT_EQ(warnings.Seen().size(), 1u);
-    EXPECT_EQ(warnings.Seen()[0], std::string(kBadMode) + "4803");
+    ASSERT_EQ(warnings.Texts().size(), 1u);
+    EXPECT_EQ(warnings.Texts()[0], std::string(kBadMode) + "4803");
 
     // Silenced warnings still use up the one showing.
     geo::ResetKoordinateWarnings();
@@ -96,7 +96,7 @@ TEST(TSKoordinate, BadModeWarnsOncePerProcess) {
     TSKoordinate(1.0, 1.0, 7);
     WrnEnabled = true;
     TSKoordinate(1.0, 1.0, 8);
-    EXPECT_TRUE(warnings.Seen().empty());
+    EXPECT_TRUE(warnings.Texts().empty());
     geo::ResetKoordinateWarnings();
 }
 
@@ -125,11 +125,11 @@ TEST(TSKoordinate, Operators) {
     TSKoordinate copy = (k = 3);
     EXPECT_EQ(k, TSKoordinate(7, 8));
     EXPECT_EQ(copy, TSKoordinate(7, 8));
-    ASSERT_EQ(warnings.Seen().size(), 1u);
-    EXPECT_EQ(warnings.Seen()[0], "Koodinaten-Operator != 0 nicht erlaubt!");
+    ASSERT_EQ(warnings.Texts().size(), 1u);
+    EXPECT_EQ(warnings.Texts()[0], "Koodinaten-Operator != 0 nicht erlaubt!");
     k = 0;
     EXPECT_EQ(k, TSKoordinate());
-    EXPECT_EQ(warnings.Seen().size(), 1u);
+    EXPECT_EQ(warnings.Texts().size(), 1u);
     k = c;
     EXPECT_EQ(k, c);
 }
@@ -164,21 +164,21 @@ TEST(TSKoordinate, IGCText) {
     EXPECT_STREQ(TSKoordinate(900000000, -1800000000).IGCString().c_str(), "9000000N18000000W");
     // Thousandths of a minute round; a full minute carries into the degrees.
     EXPECT_STREQ(TSKoordinate(479999999, 1).IGCString().c_str(), "4800000N00000000E");
-    EXPECT_TRUE(warnings.Seen().empty());
+    EXPECT_TRUE(warnings.Texts().empty());
 
     // The byte-pointer constructor reads the same text.
     char bytes[] = "4728123N01134567E";
     EXPECT_EQ(TSKoordinate(bytes, 0), k);
     EXPECT_EQ(TSKoordinate(static_cast<char*>(nullptr), 0), TSKoordinate());
-    EXPECT_TRUE(warnings.Seen().empty());
+    EXPECT_TRUE(warnings.Texts().empty());
 
     for (const char* bad :
          {"", "4728123N01134567", "4728123X01134567E", "4760123N01134567E", "9100000N01134567E",
           "4728123N18100000E", "47281a3N01134567E", "4728123N01134567EE"}) {
         warnings.Clear();
         EXPECT_EQ(TSKoordinate(TPString(bad), 0), TSKoordinate()) << bad;
-        ASSERT_EQ(warnings.Seen().size(), 1u) << bad;
-        EXPECT_EQ(warnings.Seen()[0], std::string("Koordinate nicht lesbar: \"") + bad + "\"");
+        ASSERT_EQ(warnings.Texts().size(), 1u) << bad;
+        EXPECT_EQ(warnings.Texts()[0], std::string("Koordinate nicht lesbar: \"") + bad + "\"");
     }
 }
 
@@ -202,14 +202,14 @@ TEST(TSKoordinate, MarkupAngles) {
     EXPECT_EQ(s, TSKoordinate(-338750000, -1512100000));
     EXPECT_EQ(TSKoordinate(TPString("-12.5"), TPString("8,25 O"), kmHTML),
               TSKoordinate(-125000000, 82500000));
-    EXPECT_TRUE(warnings.Seen().empty());
+    EXPECT_TRUE(warnings.Texts().empty());
 
     // Other modes leave the coordinate empty.
     EXPECT_EQ(TSKoordinate(TPString("47"), TPString("11"), kmGrad), TSKoordinate());
-    EXPECT_TRUE(warnings.Seen().empty());
+    EXPECT_TRUE(warnings.Texts().empty());
 
     EXPECT_EQ(TSKoordinate::HTMLKoordinate(TPString("47&deg;61'N")), 0.0);
     EXPECT_EQ(TSKoordinate::HTMLKoordinate(TPString("N 47 S")), 0.0);
     EXPECT_EQ(TSKoordinate::HTMLKoordinate(TPString("hallo")), 0.0);
-    EXPECT_EQ(warnings.Seen().size(), 3u);
+    EXPECT_EQ(warnings.Texts().size(), 3u);
 }
