@@ -10,7 +10,8 @@
 
 namespace tn::test {
 
-/// `<TN_TEST_TMP or the system's temporary folder>/<suite>.<test>`, emptied and created.
+/// `<TN_TEST_TMP or the system's temporary folder>/<suite>.<test>`, created, and emptied the
+/// first time a test asks for it.
 inline std::filesystem::path ScratchFolder() {
     const char* base = std::getenv("TN_TEST_TMP");
     const std::filesystem::path root = base != nullptr && *base != '\0'
@@ -20,7 +21,11 @@ inline std::filesystem::path ScratchFolder() {
     const std::string name =
         info != nullptr ? std::string(info->test_suite_name()) + "." + info->name() : "shared";
     const std::filesystem::path folder = root / name;
-    std::filesystem::remove_all(folder);
+    static std::filesystem::path emptied;
+    if (emptied != folder) {
+        std::filesystem::remove_all(folder);
+        emptied = folder;
+    }
     std::filesystem::create_directories(folder);
     return folder;
 }

@@ -1,7 +1,6 @@
 // Runs a reference tool (iconv, python3) on bytes and returns what it printed.
 #pragma once
 
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cstdio>
@@ -9,17 +8,12 @@
 #include <filesystem>
 #include <fstream>
 #include <string>
+#include <utility>
+
+#include "support/RunTool.h"
+#include "support/Scratch.h"
 
 namespace tn::test {
-
-inline std::filesystem::path ScratchFolder() {
-    const char* root = std::getenv("TN_TEST_TMP");
-    std::filesystem::path folder = root != nullptr && *root != '\0'
-                                       ? std::filesystem::path(root)
-                                       : std::filesystem::temp_directory_path() / "tn_text_tests";
-    std::filesystem::create_directories(folder);
-    return folder;
-}
 
 /// Output of `command` run by the shell with `input` on its standard input; `status` receives
 /// its exit status.
@@ -30,19 +24,10 @@ inline std::string RunReference(const std::string& command, const std::string& i
         ScratchFolder() / ("input_" + std::to_string(::getpid()) + "_" + std::to_string(++counter));
     { std::ofstream(inputFile, std::ios::binary) << input; }
     const std::string line = command + " < '" + inputFile.string() + "'";
-    std::string output;
-    if (FILE* pipe = ::popen(line.c_str(), "r")) {
-        char chunk[4096];
-        std::size_t n;
-        while ((n = std::fread(chunk, 1, sizeof chunk, pipe)) > 0)
-            output.append(chunk, n);
-        const int result = ::pclose(pipe);
-        if (status != nullptr) *status = WIFEXITED(result) ? WEXITSTATUS(result) : -1;
-    } else if (status != nullptr) {
-        *status = -1;
-    }
+    ToolResult result = RunCommand(line);
+    if (status != nullptr) *status = result.status;
     std::filesystem::remove(inputFile);
-    return output;
+    return std::move(result.output);
 }
 
 }  // namespace tn::test
