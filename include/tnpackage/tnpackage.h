@@ -14,6 +14,8 @@
 #include <tnpackage/frame/Package.h>
 
 // Text: the string class, conversions, helpers, string lists.
+#include <tnpackage/text/Conversions.h>
+#include <tnpackage/text/Standards.h>
 #include <tnpackage/text/TPString.h>
 #include <tnpackage/text/TPStringArray.h>
 #include <tnpackage/text/TPStringList.h>

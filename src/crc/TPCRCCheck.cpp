@@ -5,10 +5,9 @@
 #include <tnpackage/crc/TPCRC.h>
 #include <tnpackage/frame/Messages.h>
 #include <tnpackage/storage/TPDateiInfo.h>
+#include <tnpackage/text/Standards.h>
 
 #include <cstdint>
-
-#include "crc/HexText.h"
 
 namespace tn {
 
@@ -24,7 +23,7 @@ std::uint32_t ReadLittleEndian32(const unsigned char* p) {
 }
 
 TPString Hex(std::uint32_t value) {
-    return crc::HexText(static_cast<int>(value), kHexDigits);
+    return zkIntToHex(static_cast<int>(value), kHexDigits);
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 #include "geo/KoordinateWarnings.h"
 
 #include <tnpackage/frame/Messages.h>
+#include <tnpackage/text/Standards.h>
 
 #include <cmath>
 #include <cstdio>
@@ -15,13 +16,6 @@ constexpr int kMaxCorrectionWarnings = 3;
 
 constinit bool badModeWarningPending = true;
 constinit int correctionRadiusMisses = 0;
-
-// The number as the format "0" prints it: whole, halves away from zero.
-TPString WholeNumberText(long double value) {
-    char text[64];
-    std::snprintf(text, sizeof text, "%.0f", static_cast<double>(std::round(value)));
-    return TPString(text);
-}
 
 }  // namespace
 
@@ -37,7 +31,7 @@ void WarnCorrectionRadius(long double difference) {
     if (before >= kMaxCorrectionWarnings) return;
     Warning(TPString("TSKoordinate::TSKoordinate(TSKoordinate Punkt,zkFloat Radius,zkFloat "
                      "Winkel,bool Fein): Korrektur-Radius: ") +
-            WholeNumberText(difference) + "m!");
+            zkFormatFloat("0", difference) + "m!");
 }
 
 void ResetKoordinateWarnings() {

@@ -96,7 +96,7 @@ TEST_F(CrcCommand, AgreesWithPythonOnALargeFile) {
     std::ofstream(folder_ / "large.bin", std::ios::binary)
         .write(reinterpret_cast<const char*>(data.data()),
                static_cast<std::streamsize>(data.size()));
-    const ProcessResult python = RunProcess(
+    const ProcessResult python = RunCommand(
         "python3 -c \"import binascii, sys; "
         "print('0x%04X  large.bin' % binascii.crc_hqx(open(sys.argv[1], 'rb').read(), "
         "0))\" " +

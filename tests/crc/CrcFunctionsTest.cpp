@@ -63,7 +63,7 @@ TEST(CreateCRC16, MatchesPythonCrcHqx) {
                    static_cast<std::streamsize>(inputs.back().size()));
         names += " " + Quoted(file);
     }
-    const ProcessResult python = RunProcess(
+    const ProcessResult python = RunCommand(
         "python3 -c \"import binascii, sys\n"
         "for name in sys.argv[1:]: print(binascii.crc_hqx(open(name, 'rb').read(), 0))\"" +
         names);

@@ -1,6 +1,8 @@
 // The coordinate commands of tnpkg, run as a user would.
 #include <gtest/gtest.h>
 
+#include "support/RunTool.h"
+
 #ifndef _WIN32
 #include <sys/wait.h>
 #endif
@@ -15,21 +17,8 @@ struct Result {
 };
 
 Result Tnpkg(const std::string& arguments) {
-    Result r;
-#ifndef _WIN32
-    const std::string command =
-        std::string("'") + TN_TNPKG_PATH + "' " + arguments + " 2>/dev/null";
-    FILE* pipe = popen(command.c_str(), "r");
-    if (pipe == nullptr) return r;
-    char buffer[256];
-    while (std::fgets(buffer, sizeof buffer, pipe) != nullptr)
-        r.out += buffer;
-    const int raw = pclose(pipe);
-    r.status = WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
-#else
-    (void)arguments;
-#endif
-    return r;
+    const tn::test::ToolResult r = tn::test::RunTool(arguments);
+    return {r.status, r.output};
 }
 
 }  // namespace

@@ -2,6 +2,9 @@
 // problems; the tests use it as an independent oracle.
 #pragma once
 
+#include "support/RunTool.h"
+#include "support/Scratch.h"
+
 #include <tnpackage/tnpackage.h>
 
 #include <cstdio>
@@ -46,12 +49,7 @@ inline GeodQuery QueryOf(const tn::TSKoordinate& a, const tn::TSKoordinate& b) {
 }
 
 inline std::filesystem::path ScratchDirectory() {
-    const char* base = std::getenv("TN_TEST_TMP");
-    std::filesystem::path dir = base != nullptr && *base != '\0'
-                                    ? std::filesystem::path(base)
-                                    : std::filesystem::temp_directory_path() / "tn_geo_tests";
-    std::filesystem::create_directories(dir);
-    return dir;
+    return tn::test::ScratchFolder();
 }
 
 /// Answers in the order of the queries; empty when the tool failed. `options` are extra
@@ -67,17 +65,13 @@ inline std::vector<GeodAnswer> RunGeodSolve(const std::vector<GeodQuery>& querie
     }
     const std::string command = "GeodSolve -i -p 9 " + options + " < '" + input.string() + "'";
     std::vector<GeodAnswer> answers;
-#ifndef _WIN32
-    FILE* pipe = popen(command.c_str(), "r");
-    if (pipe == nullptr) return answers;
-    char line[256];
-    while (std::fgets(line, sizeof line, pipe) != nullptr) {
+    std::istringstream lines(tn::test::RunCommand(command).output);
+    std::string line;
+    while (std::getline(lines, line)) {
         std::istringstream fields(line);
         GeodAnswer a;
         if (fields >> a.azi1 >> a.azi2 >> a.s12) answers.push_back(a);
     }
-    pclose(pipe);
-#endif
     return answers;
 }
 

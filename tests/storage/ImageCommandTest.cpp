@@ -8,6 +8,8 @@
 
 #include <gtest/gtest.h>
 
+#include "support/Scratch.h"
+
 #include "support/RunTool.h"
 
 namespace {
@@ -36,16 +38,7 @@ std::string Crc16Xmodem(const std::string& bytes) {
 
 class ImageCommandTest : public ::testing::Test {
   protected:
-    void SetUp() override {
-        const char* base = std::getenv("TN_TEST_TMP");
-        const fs::path root = base != nullptr && *base != '\0'
-                                  ? fs::path(base)
-                                  : fs::temp_directory_path() / "tn-tests";
-        dir_ = root / "storage" / "ImageCommand" /
-               ::testing::UnitTest::GetInstance()->current_test_info()->name();
-        fs::remove_all(dir_);
-        fs::create_directories(dir_);
-    }
+    void SetUp() override { dir_ = tn::test::ScratchFolder(); }
 
     // `tnpkg image <arguments> --dir <test folder>`.
     tn::test::ToolResult Image(const std::string& arguments, bool withStderr = false) const {

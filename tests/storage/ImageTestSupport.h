@@ -13,6 +13,8 @@
 
 #include <gtest/gtest.h>
 
+#include "support/Scratch.h"
+
 #include "support/WarningCapture.h"
 
 namespace imagetest {
@@ -23,13 +25,7 @@ namespace fs = std::filesystem;
 class ImageTest : public ::testing::Test {
   protected:
     void SetUp() override {
-        const char* base = std::getenv("TN_TEST_TMP");
-        fs::path root = base != nullptr && *base != '\0' ? fs::path(base)
-                                                         : fs::temp_directory_path() / "tn-tests";
-        const auto* info = ::testing::UnitTest::GetInstance()->current_test_info();
-        dir_ = root / "storage" / (std::string(info->test_suite_name()) + "." + info->name());
-        fs::remove_all(dir_);
-        fs::create_directories(dir_);
+        dir_ = tn::test::ScratchFolder();
         savedFolder_ = tn::SpeicherPfad;
         tn::SpeicherPfad = dir_.string().c_str();
         capture_.emplace();

@@ -1,6 +1,8 @@
 // The `tnpkg date` command, run as a program.
 #include <gtest/gtest.h>
 
+#include "support/RunTool.h"
+
 #include <sys/wait.h>
 
 #include <cstdio>
@@ -14,16 +16,8 @@ struct ToolRun {
 };
 
 ToolRun Tnpkg(const std::string& arguments) {
-    ToolRun run;
-    const std::string command = std::string(TN_TNPKG_PATH) + " " + arguments + " 2>/dev/null";
-    FILE* pipe = popen(command.c_str(), "r");
-    if (pipe == nullptr) return run;
-    char buffer[256];
-    while (std::fgets(buffer, sizeof buffer, pipe) != nullptr)
-        run.out += buffer;
-    const int raw = pclose(pipe);
-    run.status = WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
-    return run;
+    const tn::test::ToolResult r = tn::test::RunTool(arguments);
+    return {r.output, r.status};
 }
 
 class DateCommandTest : public ::testing::Test {

@@ -14,6 +14,8 @@
 
 #include <gtest/gtest.h>
 
+#include "support/Scratch.h"
+
 namespace {
 
 namespace fs = std::filesystem;
@@ -38,13 +40,7 @@ void WriteFile(const fs::path& path, const std::string& bytes) {
 class TPLogFileTest : public ::testing::Test {
   protected:
     void SetUp() override {
-        const char* base = std::getenv("TN_TEST_TMP");
-        const fs::path root = base != nullptr && *base != '\0'
-                                  ? fs::path(base)
-                                  : fs::temp_directory_path() / "tn-tests";
-        dir_ = root / "util" / ::testing::UnitTest::GetInstance()->current_test_info()->name();
-        fs::remove_all(dir_);
-        fs::create_directories(dir_);
+        dir_ = tn::test::ScratchFolder();
         savedLog_ = tn::LogFile;
         savedIdeRun_ = tn::IDERun;
         // The counted clock: noon of 15 July 2012 plus 600 tenths, two hours ahead of UTC.
