@@ -2,8 +2,8 @@
 #include <tnpackage/frame/DeviceAddressSpace.h>
 #include <tnpackage/frame/Messages.h>
 #include <tnpackage/persist/TPSaveList.h>
+#include <tnpackage/text/Standards.h>
 
-#include <cstdio>
 #include <cstring>
 #include <limits>
 
@@ -26,10 +26,8 @@ void WarnUnaddressableElement() {
 }
 
 void WarnUnmapped(const char* what, std::uint32_t address) {
-    char text[96];
-    std::snprintf(text, sizeof text, "TPSaveList: %s 0x%08X liegt in keinem Ger\xE4tespeicher",
-                  what, address);
-    Warning(TPString(text));
+    Warning(TPString("TPSaveList: ") + what + " 0x" + zkIntToHex(static_cast<int>(address), 8) +
+            " liegt in keinem Ger\xE4tespeicher");
 }
 
 // The element's device address; `unaddressable` is set for an element outside every window.

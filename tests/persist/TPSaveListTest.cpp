@@ -262,7 +262,11 @@ TEST(TPSaveList, RelocationWithoutATableOrWithAnUnmappedOneChangesNothing) {
     EXPECT_EQ(list.TableAddress, 0x00900000u);
     list.SetExternOffset(0x10);
     EXPECT_EQ(list.TableAddress, 0x00900000u);
-    EXPECT_EQ(warnings.Texts().size(), 2u);
+    ASSERT_EQ(warnings.Texts().size(), 2u);
+    EXPECT_EQ(warnings.Texts()[0],
+              "TPSaveList: Tabelle bei 0x00900010 liegt in keinem Ger\xE4tespeicher");
+    EXPECT_EQ(warnings.Texts()[1],
+              "TPSaveList: Tabelle bei 0x00900000 liegt in keinem Ger\xE4tespeicher");
 
     // An empty list only moves its address.
     TPSaveList empty;
