@@ -49,17 +49,3 @@ TEST(Globals, StandardStringsAreEmptyUntilCreatedAndKeepTwoWhenDeleted) {
     EXPECT_EQ(strPunkt.c_str(), nullptr);
     EXPECT_EQ(Bytes(strLeerZeichen), " ");  // left for the string unit's finalisation
 }
-
-TEST(Globals, MethodSlotsCallTheirObject) {
-    struct Counter {
-        int total = 0;
-    } counter;
-    TPMethod<int, int> slot;
-    slot(1, 2);  // an empty slot does nothing
-    slot.Code = [](void* object, int position, int total) {
-        static_cast<Counter*>(object)->total += position * 100 + total;
-    };
-    slot.Object = &counter;
-    slot(3, 4);
-    EXPECT_EQ(counter.total, 304);
-}

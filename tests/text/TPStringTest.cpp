@@ -162,9 +162,3 @@ TEST(TPString, EmptinessAndValidity) {
     EXPECT_EQ(TPString().LastChar(), '\0');
     EXPECT_EQ(TPString("a.b.c", 0).CountChar('.'), 2);
 }
-
-TEST(TPString, RecordsTheHighestBufferAddress) {
-    TPString s;
-    s = "heap";
-    EXPECT_GE(HeapAdresse, reinterpret_cast<std::intptr_t>(s.c_str()));
-}
