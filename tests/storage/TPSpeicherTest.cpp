@@ -1,231 +1,218 @@
-// The memory image: loading, erased fill, saving with the 4 MiB cap, partial loads and saves,
-// the strict InSide test and single bytes in the file.
+// The memory image: loading, erased fill, saves that never lose the old file, the 4 MiB cap,
+// partial loads and saves, InSide, single bytes in the file, sectors and device windows.
 #include <tnpackage/tnpackage.h>
 
 #include <unistd.h>
 
 #include <cstring>
-#include <memory>
+#include <fstream>
+#include <iterator>
+#include <tuple>
 
-#include "storage/ImageTestSupport.h"
+#include "support/Scratch.h"
+#include "support/WarningCapture.h"
 
 namespace {
 
-using namespace imagetest;
+namespace fs = std::filesystem;
+using tn::DeviceAddressSpace;
 using tn::TPImageSpeicher;
-using tn::TPSpeicher;
-using tn::TPString;
+using Texts = std::vector<std::string>;
 
-class TPSpeicherTest : public ImageTest {};
-
-std::string Contents(const TPSpeicher& image) {
-    return std::string(image.Buffer, static_cast<std::size_t>(image.Size));
+std::string ReadFile(const fs::path& path) {
+    std::ifstream in(path, std::ios::binary);
+    return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
 }
 
-TEST_F(TPSpeicherTest, MissingFileGivesErasedImageAndEmptyFileThatTheDestructorFills) {
-    {
-        TPImageSpeicher image("MISSING", 1024);
-        EXPECT_EQ(std::string(image.FileName.c_str()), (dir_ / "MISSING.DAT").string());
-        EXPECT_EQ(image.Size, 1024);
-        EXPECT_EQ(Contents(image), std::string(1024, '\xFF'));
-        EXPECT_EQ(image.UsedLength, 0);
-        EXPECT_EQ(image.Reserved1, 0);
-        EXPECT_FALSE(image.ReservedFlag);
-        ASSERT_TRUE(fs::exists(Image("MISSING")));
-        EXPECT_EQ(fs::file_size(Image("MISSING")), 0u);
-        image.Buffer[3] = 'x';
-    }
-    std::string expected(1024, '\xFF');
-    expected[3] = 'x';
-    EXPECT_EQ(ReadFile(Image("MISSING")), expected);
-    EXPECT_TRUE(Warnings().empty());
-    EXPECT_FALSE(fs::exists(dir_ / "MISSING.DAT.tmp"));
+std::string Pattern(std::size_t length) {  // 0, 1, 2, ... wrapping at the prime 251
+
+    std::string bytes(length, '\0');
+    for (std::size_t i = 0; i < length; ++i)
+        bytes[i] = static_cast<char>(i % 251);
+    return bytes;
 }
 
-TEST_F(TPSpeicherTest, FileOfTheRightLengthIsLoadedAndOfAnotherLengthIgnored) {
-    WriteFile(Image("RIGHT"), Pattern(4096));
-    {
-        TPImageSpeicher image("RIGHT", 4096);
-        EXPECT_EQ(Contents(image), Pattern(4096));
-        image.Buffer[0] = '!';
+// SpeicherPfad points at a fresh folder and warnings are recorded; both restored afterwards.
+class TPSpeicherTest : public ::testing::Test {
+  protected:
+    TPSpeicherTest() { tn::SpeicherPfad = dir_.string().c_str(); }
+    ~TPSpeicherTest() override {
+        tn::SpeicherPfad = savedFolder_;
+        DeviceAddressSpace::Clear();
     }
-    EXPECT_EQ(ReadFile(Image("RIGHT"))[0], '!');
+    const Texts& Warnings() const { return capture_.Texts(); }
+    fs::path Image(const std::string& name) const { return dir_ / (name + ".DAT"); }
+    std::string Path(const std::string& name) const { return (dir_ / name).string(); }
+    static std::string Contents(const tn::TPSpeicher& image) {
+        return std::string(image.Buffer, static_cast<std::size_t>(image.Size));
+    }
+    const fs::path dir_ = tn::test::ScratchFolder();
 
-    // One byte too long and one too short: neither is read, and the file waits for the save.
-    for (const std::size_t length : {4097u, 4095u}) {
-        WriteFile(Image("WRONG"), Pattern(length));
+  private:
+    tn::TPString savedFolder_ = tn::SpeicherPfad;
+    tn::test::WarningCapture capture_;
+};
+
+TEST_F(TPSpeicherTest, OnlyAFileOfTheRightLengthIsLoadedAndTheDestructorSaves) {
+    for (const std::size_t length : {4096u, 4097u, 4095u})
+        std::ofstream(Image(std::to_string(length)), std::ios::binary) << Pattern(length);
+    for (const char* name : {"MISSING", "4096", "4097", "4095"}) {
+        const std::string before = ReadFile(Image(name));  // "" when missing
+        std::string expected = before.size() == 4096 ? before : std::string(4096, '\xFF');
         {
-            TPImageSpeicher image("WRONG", 4096);
-            EXPECT_EQ(Contents(image), std::string(4096, '\xFF'));
-            EXPECT_EQ(ReadFile(Image("WRONG")), Pattern(length));
+            TPImageSpeicher image(name, 4096);
+            EXPECT_EQ(Contents(image), expected) << name;
+            EXPECT_EQ(fs::file_size(Image(name)), before.size());  // a missing file: created
+            image.Buffer[3] = 'x';
         }
-        EXPECT_EQ(ReadFile(Image("WRONG")), std::string(4096, '\xFF'));
+        expected[3] = 'x';
+        EXPECT_EQ(ReadFile(Image(name)), expected) << name;
     }
+    for (const int size : {0, -5})
+        EXPECT_EQ(TPImageSpeicher("NONE", size).Buffer, nullptr);
+    EXPECT_FALSE(fs::exists(Image("NONE")));
     EXPECT_TRUE(Warnings().empty());
 }
 
-TEST_F(TPSpeicherTest, SizeZeroHasNoBufferAndTouchesNoFile) {
-    {
-        TPImageSpeicher image("NONE", 0);
-        EXPECT_EQ(image.Buffer, nullptr);
-        EXPECT_FALSE(image.InSide(nullptr));
-        image.Speichern();
-    }
-    TPImageSpeicher negative("NEGATIVE", -5);
-    EXPECT_EQ(negative.Buffer, nullptr);
-    EXPECT_FALSE(fs::exists(Image("NONE")));
-    EXPECT_FALSE(fs::exists(Image("NEGATIVE")));
-}
-
-TEST_F(TPSpeicherTest, ShortReadOfARightSizedFileWarnsWithTheName) {
-    // A kernel attribute reports a length of one page but delivers only a few bytes: the only
-    // file that gives a short read of a correctly sized file without a race.
-    const char* attribute = "/sys/kernel/profiling";
-    if (::access(attribute, R_OK | W_OK) != 0 || fs::file_size(attribute) != 4096) {
-        GTEST_SKIP() << "no kernel attribute of one page here";
-    }
-    fs::create_symlink(attribute, Image("SHORT"));
-    {
-        TPImageSpeicher image("SHORT", 4096);
-        ASSERT_EQ(Warnings().size(), 1u);
-        EXPECT_EQ(Warnings()[0], "Widerspruch bei 'Speicher' (SHORT)");
-        EXPECT_EQ(image.Buffer[4095], '\xFF');  // what was not read stays erased
-    }
-    // The save replaces the link itself, never the attribute behind it.
-    EXPECT_FALSE(fs::is_symlink(Image("SHORT")));
-    EXPECT_EQ(fs::file_size(Image("SHORT")), 4096u);
-}
-
-TEST_F(TPSpeicherTest, WholeSaveIsCappedAtFourMebibytesAndTheSizeStaysShrunk) {
+TEST_F(TPSpeicherTest, InSideExcludesBothEndsAndFollowsTheSizeTheFourMebibyteCapShrinks) {
     constexpr int kFiveMiB = 5 * 1024 * 1024;
     TPImageSpeicher image("BIG", kFiveMiB);
     const std::string pattern = Pattern(kFiveMiB);
     std::memcpy(image.Buffer, pattern.data(), pattern.size());
-    image.Speichern();
-    EXPECT_EQ(image.Size, 0x400000);
+    for (const int size : {kFiveMiB, 0x400000}) {
+        if (size != kFiveMiB) image.Speichern();
+        EXPECT_EQ(image.Size, size);
+        EXPECT_FALSE(image.InSide(image.Buffer));
+        EXPECT_TRUE(image.InSide(image.Buffer + 1));
+        EXPECT_TRUE(image.InSide(image.Buffer + size - 1));
+        EXPECT_FALSE(image.InSide(image.Buffer + size));
+    }
     EXPECT_EQ(ReadFile(Image("BIG")), pattern.substr(0, 0x400000));
-    // InSide follows the shrunk size.
-    EXPECT_TRUE(image.InSide(image.Buffer + 0x3FFFFF));
-    EXPECT_FALSE(image.InSide(image.Buffer + 0x400000));
-    EXPECT_TRUE(Warnings().empty());
-}
-
-TEST_F(TPSpeicherTest, InSideExcludesBothEnds) {
-    TPImageSpeicher image("INSIDE", 100);
-    EXPECT_FALSE(image.InSide(image.Buffer));
-    EXPECT_TRUE(image.InSide(image.Buffer + 1));
-    EXPECT_TRUE(image.InSide(image.Buffer + 99));
-    EXPECT_FALSE(image.InSide(image.Buffer + 100));
-    EXPECT_FALSE(image.InSide(nullptr));
-    const char elsewhere = 0;
-    EXPECT_FALSE(image.InSide(&elsewhere));
 }
 
 TEST_F(TPSpeicherTest, LadenPadsAShortFileWithFourZerosThenErasedBytes) {
     TPImageSpeicher image("LOAD", 64);
-    std::memset(image.Buffer, 'a', 64);
-    WriteFile(dir_ / "ten.bin", "0123456789");
-
-    image.Laden((dir_ / "ten.bin").string().c_str(), 8, 16);
-    EXPECT_EQ(Contents(image).substr(7, 18), Bytes("a0123456789\0\0\0\0\xFF\xFF"
-                                                   "a",
-                                                   18));
-
-    // Count 0 means the whole image; the slice stops at its end.
-    image.Laden((dir_ / "ten.bin").string().c_str(), 0, 0);
-    EXPECT_EQ(Contents(image), "0123456789" + std::string(4, '\0') + std::string(50, '\xFF'));
-    std::memset(image.Buffer, 'a', 64);
-    image.Laden((dir_ / "ten.bin").string().c_str(), 60, 100);
-    EXPECT_EQ(Contents(image).substr(58), "aa0123");
-
-    // Fewer than four bytes missing: only zeros.
-    image.Laden((dir_ / "ten.bin").string().c_str(), 0, 12);
-    EXPECT_EQ(Contents(image).substr(0, 13), Bytes("0123456789\0\0a", 13));
-    EXPECT_TRUE(Warnings().empty());
-}
-
-TEST_F(TPSpeicherTest, LadenOfAMissingFileOrOutsideTheBufferChangesNothingAndWarns) {
-    TPImageSpeicher image("LOADFAIL", 32);
-    std::memset(image.Buffer, 'a', 32);
-    image.Laden((dir_ / "absent.bin").string().c_str(), 4, 8);
-    image.Laden((dir_ / "absent.bin").string().c_str(), -1, 8);
-    image.Laden((dir_ / "absent.bin").string().c_str(), 40, 8);
-    EXPECT_EQ(Contents(image), std::string(32, 'a'));
-    ASSERT_EQ(Warnings().size(), 3u);
-    EXPECT_EQ(Warnings()[0], "Datei '" + (dir_ / "absent.bin").string() +
-                                 "' kann nicht ge\xF6"
-                                 "ffnet werden");
-    EXPECT_EQ(Warnings()[1],
-              "Bereich au\xDF"
-              "erhalb von 'Speicher' (-1, 8)");
-    EXPECT_EQ(Warnings()[2],
-              "Bereich au\xDF"
-              "erhalb von 'Speicher' (40, -8)");
+    const std::string ten = Path("ten.bin"), absent = Path("absent.bin"), zeros(4, '\0');
+    std::ofstream(ten, std::ios::binary) << "0123456789";
+    // Start, count; then the buffer, first filled with 'a', from `from` on.
+    const std::tuple<int, int, std::size_t, std::string> cases[] = {
+        {8, 16, 7, "a0123456789" + zeros + "\xFF\xFF" + "a"},
+        {0, 0, 0, "0123456789" + zeros + std::string(50, '\xFF')},  // count 0: all
+        {60, 100, 58, "aa0123"},                                    // the slice stops at the end
+        {0, 12, 0, "0123456789" + zeros.substr(2) + "a"}};          // only zeros
+    for (const auto& [start, count, from, expected] : cases) {
+        std::memset(image.Buffer, 'a', 64);
+        image.Laden(ten.c_str(), start, count);
+        EXPECT_EQ(Contents(image).substr(from, expected.size()), expected);
+    }
+    image.Laden(absent.c_str(), 4, 8);  // nothing changes
+    EXPECT_EQ(Contents(image).substr(0, 13), "0123456789" + zeros.substr(2) + "a");
+    EXPECT_EQ(Warnings(), Texts{"Datei '" + absent + "' kann nicht ge\xF6" + "ffnet werden"});
 }
 
 TEST_F(TPSpeicherTest, PartialSaveTakesTheUsedLengthAndStopsAtTheEnd) {
     TPImageSpeicher image("PART", 32);
-    const std::string pattern = Pattern(32);
+    const std::string pattern = Pattern(32), slice = Path("slice.bin");
     std::memcpy(image.Buffer, pattern.data(), 32);
-    const std::string slice = (dir_ / "slice.bin").string();
-
-    image.Speichern(slice.c_str(), 0, 0);  // used length 0: an empty file
-    ASSERT_TRUE(fs::exists(slice));
-    EXPECT_EQ(fs::file_size(slice), 0u);
-
-    image.UsedLength = 5;
-    image.Speichern(slice.c_str(), 3, 0);
-    EXPECT_EQ(ReadFile(slice), pattern.substr(3, 5));
-
-    image.Speichern(slice.c_str(), 30, 10);
-    EXPECT_EQ(ReadFile(slice), pattern.substr(30, 2));
-    EXPECT_TRUE(Warnings().empty());
-
-    image.Speichern(slice.c_str(), 40, 4);
-    EXPECT_EQ(ReadFile(slice), pattern.substr(30, 2));  // untouched
+    // Used length, start, count; the file: `length` bytes from `from` (the last is outside).
+    const int cases[][5] = {
+        {0, 0, 0, 0, 0}, {5, 3, 0, 3, 5}, {5, 30, 10, 30, 2}, {5, 40, 4, 30, 2}};
+    for (const auto& [used, start, count, from, length] : cases) {
+        image.UsedLength = used;
+        image.Speichern(slice.c_str(), start, count);
+        EXPECT_TRUE(fs::exists(slice));
+        EXPECT_EQ(ReadFile(slice), pattern.substr(std::size_t(from), std::size_t(length)));
+    }
     EXPECT_EQ(Warnings().size(), 1u);
 }
 
+TEST_F(TPSpeicherTest, AFailingSaveKeepsTheOldFile) {
+    // /dev/full accepts the open and fails every write, like a full disk.
+    if (::access("/dev/full", W_OK) != 0) GTEST_SKIP() << "no /dev/full here";
+    const std::string old = Pattern(512), slice = Path("slice.bin"), full = Image("FULL").string();
+    std::ofstream(full, std::ios::binary) << old;
+    std::ofstream(slice, std::ios::binary) << "previous";
+    fs::create_directories(Image("TAKEN") / "inside");  // the finished file cannot replace it
+    {
+        TPImageSpeicher image("FULL", 512), taken("TAKEN", 16);
+        std::memset(image.Buffer, 0x55, 512);
+        for (const std::string& target : {full, slice})
+            fs::create_symlink("/dev/full", target + ".tmp");
+        image.Speichern();
+        image.Speichern(slice.c_str(), 0, 100);
+        taken.Speichern();
+        const std::string failed = "Widerspruch bei 'Speicher'";
+        EXPECT_EQ(Warnings(), (Texts{failed, failed + " (" + slice + ")", failed}));
+        EXPECT_EQ(ReadFile(full) + ReadFile(slice), old + "previous");
+        for (const std::string& target : {full, slice, Image("TAKEN").string()})
+            EXPECT_FALSE(fs::exists(fs::symlink_status(target + ".tmp")));
+        fs::create_directory(full + ".tmp");  // a save that cannot even start is silent
+        image.Speichern();
+        EXPECT_EQ(Warnings().size(), 3u);
+        fs::remove(full + ".tmp");
+    }
+    EXPECT_EQ(ReadFile(full), std::string(512, '\x55'));  // no obstacle now
+}
+
 TEST_F(TPSpeicherTest, GetCharAndPutCharWorkOnTheFileNotTheBuffer) {
-    WriteFile(Image("BYTES"), "ABCDEFGH");
+    std::ofstream(Image("BYTES"), std::ios::binary) << "ABCDEFGH";
     TPImageSpeicher image("BYTES", 8);
     image.PutChar(2, 'z');
-    EXPECT_EQ(image.Buffer[2], 'C');
-    EXPECT_EQ(image.GetChar(2), 'z');
-    EXPECT_EQ(image.GetChar(7), 'H');
-    EXPECT_EQ(image.GetChar(8), '\0');  // past the end: nothing read
-    EXPECT_EQ(image.GetChar(-1), '\0');
     image.PutChar(-1, 'q');
     EXPECT_EQ(ReadFile(Image("BYTES")), "ABzDEFGH");
+    const char read[] = {image.Buffer[2], image.GetChar(2), image.GetChar(8), image.GetChar(-1)};
+    EXPECT_EQ(std::string(read, 4), std::string("Cz\0\0", 4));  // buffer untouched; no ends
 }
 
 TEST_F(TPSpeicherTest, RelativeFolderIsMadeBelowTheProgramFolderButUsedAsGiven) {
-    const TPString savedProgramDir = tn::ProgramDir;
+    const tn::TPString savedProgramDir = tn::ProgramDir;
     const fs::path savedCurrent = fs::current_path();
-    fs::create_directories(dir_ / "cwd");
-    fs::current_path(dir_ / "cwd");
-    tn::ProgramDir = (dir_ / "prog").string().c_str();
+    fs::current_path(dir_);
+    tn::ProgramDir = Path("prog").c_str();
     tn::SpeicherPfad = "images";
-    {
-        TPImageSpeicher image("REL", 16);
-        EXPECT_STREQ(image.FileName.c_str(), "images/REL.DAT");
-        EXPECT_TRUE(fs::is_directory(dir_ / "prog" / "images"));
-        EXPECT_FALSE(fs::exists(dir_ / "cwd" / "images"));
-    }
-    // Once the folder exists where the image is opened, the image lands there.
-    fs::create_directories(dir_ / "cwd" / "images");
-    { TPImageSpeicher image("REL", 16); }
-    EXPECT_EQ(fs::file_size(dir_ / "cwd" / "images" / "REL.DAT"), 16u);
-
+    EXPECT_STREQ(TPImageSpeicher("REL", 0).FileName.c_str(), "images/REL.DAT");
+    EXPECT_TRUE(fs::is_directory(dir_ / "prog" / "images"));
+    EXPECT_FALSE(fs::exists(dir_ / "images"));  // not in the current folder
     fs::current_path(savedCurrent);
     tn::ProgramDir = savedProgramDir;
-    tn::SpeicherPfad = (dir_ / "deeper" / "still").string().c_str();
-    { TPImageSpeicher image("ABS", 16); }  // an absolute folder is made where it is named
-    EXPECT_EQ(fs::file_size(dir_ / "deeper" / "still" / "ABS.DAT"), 16u);
+}
 
-    tn::SpeicherPfad = "";
-    TPImageSpeicher bare("", 0);
-    EXPECT_STREQ(bare.FileName.c_str(), ".DAT");
+TEST_F(TPSpeicherTest, ImageBlocksMoveWholeSectorsInsideTheBufferAndNothingOutside) {
+    TPImageSpeicher image("BLOCKS", 2048);
+    tn::TPSpeicher& medium = image;  // the FAT volume sees only the base class
+    const std::string sector = Pattern(TPImageSpeicher::kSectorSize);
+    std::string read(sector.size(), 'r');
+    medium.WriteBlock(sector.data(), 1536);  // the last sector
+    medium.WriteBlock(sector.data(), 100);   // unaligned but inside
+    const std::string whole = Contents(image);
+    const std::string outside = std::string("Sektor au\xDF") + "erhalb von 'Speicher' (Adresse ";
+    EXPECT_EQ(whole.substr(99, 514), "\xFF" + sector + "\xFF");
+    Texts expected;
+    for (const std::int64_t address : {1537LL, -1LL, 2048LL, 1LL << 40}) {
+        medium.WriteBlock(sector.data(), address);
+        medium.ReadBlock(read.data(), address);
+        expected.insert(expected.end(), 2, outside + std::to_string(address) + ")");
+    }
+    EXPECT_EQ(Warnings(), expected);
+    EXPECT_EQ(Contents(image) + read, whole + std::string(sector.size(), 'r'));
+    medium.ReadBlock(read.data(), 1536);
+    EXPECT_EQ(read, sector);
+}
+
+TEST_F(TPSpeicherTest, WindowsGoWithTheImageAndInstrumentMemoryIsNeverFreed) {
+    char* kept = nullptr;
+    {
+        TPImageSpeicher image("MAPPED", 4096), device("DEVICE", 256);
+        ASSERT_TRUE(image.MapAt(0x00100000));
+        EXPECT_EQ(DeviceAddressSpace::ToHost(0x00100FFF), image.Buffer + 4095);
+        // A window made by someone else must not outlive the buffer it shows.
+        ASSERT_TRUE(DeviceAddressSpace::Map(0x00400000, image.Buffer, 16));
+        ASSERT_TRUE(device.MapAt(DeviceAddressSpace::kInstrumentBase));
+        kept = device.Buffer;
+    }
+    EXPECT_EQ(DeviceAddressSpace::WindowCount(), 0);
+    EXPECT_EQ(kept[0], '\xFF');  // the device side's memory: a sanitizer run would report a free
+    delete[] kept;
 }
 
 }  // namespace
