@@ -1,11 +1,15 @@
 // Shared by the text tests: TPString to and from std::string, and reference tools run on bytes.
 #pragma once
 
+#include <gtest/gtest.h>
 #include <tnpackage/tnpackage.h>
 
 #include <filesystem>
 #include <fstream>
+#include <random>
+#include <sstream>
 #include <string>
+#include <vector>
 
 #include "support/RunTool.h"
 #include "support/Scratch.h"
