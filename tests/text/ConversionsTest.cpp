@@ -1,6 +1,5 @@
 // The German letters between Windows-1252, OEM, 7-bit, ASCII spellings, HTML and the URL form,
 // the decoding of character references and UTF-8, with fixed and random input.
-
 #include <cctype>
 #include <cstdio>
 

@@ -1,5 +1,4 @@
 // Base-36 digits, IGC short file names, number formatting and the small text helpers.
-
 #include <cctype>
 #include <charconv>
 #include <climits>
