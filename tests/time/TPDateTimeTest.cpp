@@ -1,11 +1,13 @@
-// The day count: DateKonvert and DecodeDate against the standard library's calendar, the clock
-// fields, the device's byte forms, the integer constructor and assignment, arithmetic.
+// The day count against the standard library's calendar and published FAT packings, the clock
+// fields, the device's byte forms and the integer flags.
 #include <gtest/gtest.h>
 
 #include <tnpackage/tnpackage.h>
 
-#include <cmath>
+#include <algorithm>
+#include <cstdint>
 #include <limits>
+#include <string>
 
 #include "TimeTestSupport.h"
 
@@ -16,263 +18,209 @@ namespace {
 
 constexpr double kTolerance = 1e-9;  // far below a hundredth of a second (1.2e-7 days)
 
-TEST(TPDateTimeTest, DateKonvertAnchorsAndTwoDigitYears) {
-    EXPECT_EQ(Date(1, 1, 2000), 36526.0);
-    EXPECT_EQ(Date(1, 3, 1900), 61.0);
-    EXPECT_EQ(Date(29, 2, 1900), 60.0);
-    EXPECT_EQ(Date(1, 1, 1900), 1.0);
-    EXPECT_EQ(Date(1, 1, 89), Date(1, 1, 2089));
-    EXPECT_EQ(Date(1, 1, 89), double(PackageDay(year{2089} / 1 / 1)));
-    EXPECT_EQ(Date(1, 1, 90), double(PackageDay(year{1990} / 1 / 1)));
-    EXPECT_EQ(Date(31, 12, 99), double(PackageDay(year{1999} / 12 / 31)));
-    EXPECT_EQ(Date(1, 1, 0), Date(1, 1, 2000));
-    // Every year below 90 counts as two-digit, so a negative year lands in the 1990s.
-    EXPECT_EQ(Date(1, 1, -1), Date(1, 1, 1999));
-    // Years from 100 on stay as given.
-    EXPECT_LT(Date(1, 1, 100), 0.0);
+/// The number in `width` digits, zero-padded.
+std::string Digits(int value, std::size_t width) {
+    const std::string digits = std::to_string(value);
+    return std::string(width - std::min(width, digits.size()), '0') + digits;
 }
 
-TEST(TPDateTimeTest, DateKonvertRejectsOnlyDayAndMonthBelowOne) {
-    EXPECT_EQ(Date(0, 5, 2012), 0.0);
-    EXPECT_EQ(Date(5, 0, 2012), 0.0);
-    EXPECT_EQ(Date(-3, 5, 2012), 0.0);
-    EXPECT_EQ(Date(5, 13, 2012), 0.0);  // no month past December
-    // The day is not checked against the month: 31 February runs on into March.
-    EXPECT_EQ(Date(31, 2, 2012), double(PackageDay(year{2012} / 3 / 2)));
-    EXPECT_EQ(Date(31, 2, 2011), double(PackageDay(year{2011} / 3 / 3)));
-    EXPECT_EQ(Date(32, 1, 2012), double(PackageDay(year{2012} / 2 / 1)));
+double Read(const std::string& text, int flag) {
+    return TPDateTime(TPString(text.c_str()), flag);
+}
+
+TEST(TPDateTimeTest, EveryDayOf1900To2107FollowsTheCalendar) {
+    int i = 0;
+    for (sys_days d = sys_days{year{1900} / 1 / 1}; d <= sys_days{year{2107} / 12 / 31};
+         d += days{1}, ++i) {
+        const year_month_day ymd{d};
+        const int y = int(ymd.year()), m = int(unsigned(ymd.month())),
+                  dd = int(unsigned(ymd.day()));
+        const double day = PackageDay(ymd);
+        ASSERT_EQ(Date(dd, m, y), day) << y << "-" << m << "-" << dd;
+        unsigned short dDay = 0, dMonth = 0, dYear = 0;
+        TPDateTime(day + 0.75).DecodeDate(&dDay, &dMonth, &dYear);
+        ASSERT_TRUE(dDay == dd && dMonth == m && dYear == y) << day;
+        ASSERT_EQ(TPDateTime(day).Year(), y);
+        // The four-digit forms read and print every day, the two-digit ones 1990-2089.
+        const std::string dotted = Digits(dd, 2) + "." + Digits(m, 2) + "." + Digits(y, 4);
+        const std::string iso = Digits(y, 4) + "-" + Digits(m, 2) + "-" + Digits(dd, 2);
+        ASSERT_EQ(Read(dotted, 40), day) << dotted;
+        ASSERT_EQ(Read(iso, 44), day) << iso;
+        ASSERT_EQ(Text(TPDateTime(day + 0.5).String(40)), dotted);
+        ASSERT_EQ(Text(TPDateTime(day + 0.5).String(44)), iso);
+        if (y >= 1990 && y <= 2089) {
+            ASSERT_EQ(Read(Digits(dd, 2) + Digits(m, 2) + Digits(y % 100, 2), 32), day);
+            ASSERT_EQ(Read(Digits(y % 100, 2) + Digits(m, 2) + Digits(dd, 2), 34), day);
+        }
+        if (y < 1980) continue;
+        // The FAT packing from the calendar's fields, at an even second different every day.
+        const int s = (i * 7919) % 86400 & ~1, h = s / 3600, mi = s / 60 % 60, se = s % 60;
+        const double value = day + DayFraction(h, mi, se);
+        const auto packed = std::uint32_t(y - 1980) << 25 |
+                            std::uint32_t(m << 21 | dd << 16 | h << 11 | mi << 5 | se / 2);
+        ASSERT_EQ(TPDateTime(value).FileDate(), packed) << y << "-" << m << "-" << dd;
+        TPDateTime back;
+        back.SetFileDate(packed);
+        ASSERT_NEAR(double(back), value, kTolerance);
+    }
+}
+
+TEST(TPDateTimeTest, FileDatePacksAsPublished) {
+    // Packed by Python's zipfile (the DOS time and date of a local header).
+    const struct {
+        int year, month, day, hour, minute, second;
+        std::uint32_t packed;
+    } published[] = {
+        {1980, 1, 1, 0, 0, 0, 0x00210000},      {2011, 12, 31, 23, 59, 58, 0x3F9FBF7D},
+        {2107, 12, 31, 23, 59, 58, 0xFF9FBF7D}, {2000, 2, 29, 12, 30, 44, 0x285D63D6},
+        {2012, 7, 15, 7, 5, 8, 0x40EF38A4},     {1999, 12, 31, 23, 59, 59, 0x279FBF7D},
+        {2100, 2, 28, 6, 0, 2, 0xF05C3001},     {2100, 3, 1, 0, 0, 0, 0xF0610000},
+        {2038, 1, 19, 3, 14, 6, 0x743319C3},    {1996, 2, 29, 18, 45, 30, 0x205D95AF},
+    };
+    for (const auto& p : published) {
+        const double date = Date(p.day, p.month, p.year);
+        EXPECT_EQ(TPDateTime(date + DayFraction(p.hour, p.minute, p.second)).FileDate(), p.packed);
+        TPDateTime back;
+        back.SetFileDate(p.packed);  // an odd second is halved down
+        EXPECT_NEAR(double(back), date + DayFraction(p.hour, p.minute, p.second & ~1), kTolerance);
+    }
+    TPDateTime t(5.0);
+    t.SetFileDate(0x0000BF7D);  // a time without a date
+    EXPECT_NEAR(double(t), DayFraction(23, 59, 58), kTolerance);
+    t.SetFileDate(0x01A10000);  // month 13
+    EXPECT_EQ(double(t), 0.0);
+    t.SetFileDate(0x0021003F);  // 62 seconds run into the next minute
+    EXPECT_NEAR(double(t), Date(1, 1, 1980) + DayFraction(0, 2, 2), kTolerance);
+}
+
+TEST(TPDateTimeTest, LeapDaysOf1900And2100) {
+    const double leap2100 = PackageDay(year{2100} / 3 / 1) - 1.0;
+    EXPECT_EQ(Date(29, 2, 1900), 60.0);
+    EXPECT_EQ(Date(29, 2, 2100), leap2100);
+    EXPECT_EQ(Text(TPDateTime(60.0).String(40)), "29.02.1900");
+    EXPECT_EQ(Text(TPDateTime(leap2100).String(40)), "29.02.2100");
+    EXPECT_EQ(Read("2100-02-29", 44), leap2100);
+    const std::uint32_t packed = TPDateTime(leap2100 + 0.5).FileDate();
+    EXPECT_EQ(packed, 120u << 25 | 2u << 21 | 29u << 16 | 12u << 11);
+    TPDateTime back;
+    back.SetFileDate(packed);
+    EXPECT_EQ(double(back), leap2100 + 0.5);
+}
+
+TEST(TPDateTimeTest, DateKonvertTwoDigitYearsAndUncheckedDays) {
+    // Years 0-89 are 2000-2089, 90-99 the 1990s, and every year below 90 counts (-1 is 1999).
+    // Only day or month below 1 and months past December are refused (0), so 31 February runs
+    // on into March.
+    const struct {
+        int day, month, year, realYear, realMonth, realDay;
+    } cases[] = {
+        {1, 1, 0, 2000, 1, 1},      {1, 1, 89, 2089, 1, 1},    {1, 1, 90, 1990, 1, 1},
+        {31, 12, 99, 1999, 12, 31}, {1, 1, -1, 1999, 1, 1},    {0, 5, 2012, 0, 0, 0},
+        {5, 0, 2012, 0, 0, 0},      {-3, 5, 2012, 0, 0, 0},    {5, 13, 2012, 0, 0, 0},
+        {31, 2, 2012, 2012, 3, 2},  {31, 2, 2011, 2011, 3, 3}, {32, 1, 2012, 2012, 2, 1},
+    };
+    for (const auto& c : cases) {
+        const auto real = year{c.realYear} / c.realMonth / c.realDay;
+        EXPECT_EQ(Date(c.day, c.month, c.year), c.realYear == 0 ? 0.0 : PackageDay(real))
+            << c.day << "." << c.month << "." << c.year;
+    }
+    EXPECT_LT(Date(1, 1, 100), 0.0);  // years from 100 on stay as given
     TPDateTime t(123.5);
     t.DateKonvert(0, 1, 2000);  // a failed conversion still replaces the value
     EXPECT_EQ(double(t), 0.0);
 }
 
-TEST(TPDateTimeTest, DayCountsFollowTheCalendarFrom1900To2107) {
-    // Every real day of 1900-2107, against the standard library's proleptic calendar.
-    for (sys_days d = sys_days{year{1900} / 1 / 1}; d <= sys_days{year{2107} / 12 / 31};
-         d += days{1}) {
-        const year_month_day ymd{d};
-        const int y = int(ymd.year()), m = int(unsigned(ymd.month())),
-                  dd = int(unsigned(ymd.day()));
-        const double expected = double(PackageDay(ymd));
-        ASSERT_EQ(Date(dd, m, y), expected) << y << "-" << m << "-" << dd;
-        unsigned short day = 0, month = 0, yr = 0;
-        TPDateTime(expected + 0.75).DecodeDate(&day, &month, &yr);
-        ASSERT_EQ(day, dd);
-        ASSERT_EQ(month, m);
-        ASSERT_EQ(yr, y);
-    }
-}
-
-TEST(TPDateTimeTest, DecodeDateKeepsTheLeapDaysOf1900And2100) {
-    unsigned short day = 0, month = 0, year = 0;
-    TPDateTime(60.0).DecodeDate(&day, &month, &year);
-    EXPECT_EQ(day, 29);
-    EXPECT_EQ(month, 2);
-    EXPECT_EQ(year, 1900);
-    const double leap2100 = Date(29, 2, 2100);
-    EXPECT_EQ(leap2100, Date(28, 2, 2100) + 1.0);
-    EXPECT_EQ(Date(1, 3, 2100), leap2100 + 1.0);
-    TPDateTime(leap2100).DecodeDate(&day, &month, &year);
-    EXPECT_EQ(day, 29);
-    EXPECT_EQ(month, 2);
-    EXPECT_EQ(year, 2100);
-}
-
 TEST(TPDateTimeTest, DecodeDateInvertsDateKonvertOverItsWholeRange) {
     // 1 January 1897 is the first day that DateKonvert gives to one date only.
-    const double first = Date(1, 1, 1897);
+    const double first = Date(1, 1, 1897), last = Date(31, 12, 32767);
     EXPECT_EQ(first, -1094.0);
-    const double last = Date(31, 12, 32767);
     for (double v = first; v <= last; v += (v < 80000.0 ? 1.0 : 97.0)) {
         unsigned short day = 0, month = 0, year = 0;
         TPDateTime(v).DecodeDate(&day, &month, &year);
         ASSERT_EQ(Date(day, month, year), v) << v;
     }
-    unsigned short day = 0, month = 0, year = 0;
-    TPDateTime(last).DecodeDate(&day, &month, &year);
-    EXPECT_EQ(year, 32767);
-    EXPECT_EQ(Date(31, 12, 1899), 0.0);
-    TPDateTime(0.0).DecodeDate(&day, &month, &year);
-    EXPECT_EQ(day, 31);
-    EXPECT_EQ(month, 12);
-    EXPECT_EQ(year, 1899);
-}
-
-TEST(TPDateTimeTest, DecodeDateOfImpossibleValuesIsZeroAndSkipsNullFields) {
+    // Impossible values decode as zeros and crash nothing; null fields are skipped.
     for (double v : {std::numeric_limits<double>::quiet_NaN(), 1e300, -1e300,
                      std::numeric_limits<double>::infinity()}) {
-        unsigned short day = 9, month = 9, year = 9;
+        unsigned short day = 9, month = 9, year = 9, h = 9, m = 9, s = 9, f = 9;
         TPDateTime(v).DecodeDate(&day, &month, &year);
-        EXPECT_EQ(day + month + year, 0);
-        unsigned short h = 9, m = 9, s = 9, t = 9;
-        TPDateTime(v).DecodeTime(&h, &m, &s, &t);
-        EXPECT_EQ(h + m + s + t, 0);
+        TPDateTime(v).DecodeTime(&h, &m, &s, &f);
+        EXPECT_EQ(day + month + year + h + m + s + f, 0);
         (void)TPDateTime(v).FileDate();
         (void)TPDateTime(v).Year();
+        (void)TPDateTime(v).String(33);
     }
     unsigned short month = 0;
     TPDateTime(36526.0).DecodeDate(nullptr, &month, nullptr);
     EXPECT_EQ(month, 1);
-    unsigned short minute = 0;
-    TPDateTime(0.5 + 7 / 1440.0).DecodeTime(nullptr, &minute, nullptr, nullptr);
-    EXPECT_EQ(minute, 7);
-}
-
-TEST(TPDateTimeTest, YearIsEstimatedFromTheDayCount) {
-    EXPECT_EQ(TPDateTime(36526.0).Year(), 2000);
-    // Right for the whole days of 1900-2107 ...
-    for (sys_days d = sys_days{year{1900} / 1 / 1}; d <= sys_days{year{2107} / 12 / 31};
-         d += days{1}) {
-        const year_month_day ymd{d};
-        ASSERT_EQ(TPDateTime(double(PackageDay(ymd))).Year(), int(ymd.year()));
-    }
-    // ... but only an estimate: late on 31 December most years already count as the next.
+    // Year() is an estimate: late on 31 December most years already count as the next.
     EXPECT_EQ(TPDateTime(Date(31, 12, 1901) + 0.999).Year(), 1902);
     EXPECT_EQ(TPDateTime(Date(31, 12, 1903) + 0.999).Year(), 1903);
 }
 
 TEST(TPDateTimeTest, TimeKonvertAndDecodeTime) {
-    TPDateTime t;
-    t.TimeKonvert(12, 0, 0, 0);
-    EXPECT_EQ(double(t), 0.5);
-    t.TimeKonvert(-1, 0, 0, 0);
-    EXPECT_EQ(double(t), 0.0);
-    t = 40000.25;
-    t.TimeKonvert(0, 0, 0, -1);
-    EXPECT_EQ(double(t), 0.0);
-    t.TimeKonvert(24, 0, 0, 0);  // a day or more is accepted
-    EXPECT_EQ(double(t), 1.0);
-    t.TimeKonvert(36, 30, 0, 0);
-    EXPECT_NEAR(double(t), 1.5 + 30 / 1440.0, kTolerance);
-    // Every second of the day, with a hundredth that walks through 0-99.
-    for (int s = 0; s < 86400; ++s) {
+    TPDateTime t(40000.25);
+    for (int s = 0; s < 86400; ++s) {  // every second, its hundredths walking through 0-99
         const short h = short(s / 3600), m = short(s / 60 % 60), sec = short(s % 60),
                     hs = short(s % 100);
         t.TimeKonvert(h, m, sec, hs);
         ASSERT_NEAR(double(t), DayFraction(h, m, sec, hs), 1e-15);
         unsigned short dh = 0, dm = 0, ds = 0, dt = 0;
         TPDateTime(double(t) + 1234.0).DecodeTime(&dh, &dm, &ds, &dt);
-        ASSERT_EQ(dh, h);
-        ASSERT_EQ(dm, m);
-        ASSERT_EQ(ds, sec);
-        // The rounding half hundredth stays in the ten-thousandths.
-        ASSERT_EQ(dt / 100, hs) << s;
-        ASSERT_NEAR(dt, hs * 100 + 50, 1);
+        ASSERT_TRUE(dh == h && dm == m && ds == sec) << s;
+        ASSERT_NEAR(dt, hs * 100 + 50, 1) << s;  // the rounding half hundredth in the 1/10000s
     }
-}
-
-TEST(TPDateTimeTest, DecodeTimeOfANegativeValueIsTheTimeBeforeMidnight) {
-    unsigned short h = 0, m = 0, s = 0, t = 0;
-    TPDateTime(-1.5 / 24).DecodeTime(&h, &m, &s, &t);
-    EXPECT_EQ(h, 22);
-    EXPECT_EQ(m, 30);
-    EXPECT_EQ(s, 0);
-    // A hair below midnight rounds to the next midnight.
-    TPDateTime(41105.0 - 1e-9).DecodeTime(&h, &m, &s, &t);
-    EXPECT_EQ(h + m + s, 0);
-}
-
-TEST(TPDateTimeTest, SetVXCTimeReadsPackedDecimalClockBytes) {
-    const unsigned char bytes[] = {0x12, 0x30, 0x45, 0x05};
-    TPDateTime t(41000.0);
-    t.SetVXCTime(bytes);
-    EXPECT_NEAR(double(t), DayFraction(12, 30, 45, 50), 1e-15);
-    const unsigned char midnight[] = {0x00, 0x00, 0x00, 0x00};
-    t.SetVXCTime(midnight);
+    t.TimeKonvert(0, 0, 0, -1);
     EXPECT_EQ(double(t), 0.0);
-    const unsigned char last[] = {0x23, 0x59, 0x59, 0x09};
-    t.SetVXCTime(last);
-    EXPECT_NEAR(double(t), DayFraction(23, 59, 59, 90), 1e-15);
-    t = 5.0;
+    EXPECT_EQ(double(TPDateTime(36, 0, 0, 0)), 1.5);  // a day or more is accepted
+    unsigned short h = 0, m = 0, s = 0, f = 0;
+    TPDateTime(-1.5 / 24).DecodeTime(&h, &m, &s, &f);  // the time before midnight
+    EXPECT_TRUE(h == 22 && m == 30 && s == 0);
+    TPDateTime(41105.0 - 1e-9).DecodeTime(&h, &m, &s, &f);  // rounds to the next midnight
+    EXPECT_EQ(h + m + s, 0);
+    const unsigned char packed[] = {0x12, 0x30, 0x45, 0x05};
+    t.SetVXCTime(packed);
+    EXPECT_NEAR(double(t), DayFraction(12, 30, 45, 50), 1e-15);
     t.SetVXCTime(nullptr);
     EXPECT_EQ(double(t), 0.0);
 }
 
 TEST(TPDateTimeTest, ByteStampsAreReadAsBinaryWhateverTheFlagPromises) {
     const unsigned char binary[] = {15, 7, 12, 10, 20, 30};
-    const double july15 = Date(15, 7, 2012) + DayFraction(10, 20, 30);
-    EXPECT_NEAR(double(TPDateTime(binary, 6, 42)), july15, kTolerance);
-    EXPECT_NEAR(double(TPDateTime(binary, 6, 33)), july15, kTolerance);
-    EXPECT_NEAR(double(TPDateTime(binary, 6, 161)), july15, kTolerance);
-    // Packed-decimal bytes under the packed flags: the binary reading still decides.
-    const unsigned char packed[] = {0x15, 0x07, 0x12, 0x10, 0x20, 0x30};
-    const double binaryOfPacked = Date(0x15, 7, 0x12) + DayFraction(0x10, 0x20, 0x30);
-    EXPECT_NEAR(double(TPDateTime(packed, 6, 33)), binaryOfPacked, kTolerance);
-    EXPECT_NEAR(double(TPDateTime(packed, 6, 161)), binaryOfPacked, kTolerance);
-    EXPECT_NEAR(double(TPDateTime(packed, 6, PDateTimeFlag::DateTimeDevice)),
-                Date(21, 7, 2018) + DayFraction(16, 32, 48), kTolerance);
-    // The signed-char form reads the same bytes.
     const char asChars[] = {15, 7, 12, 10, 20, 30};
+    const double july15 = Date(15, 7, 2012) + DayFraction(10, 20, 30);
     EXPECT_NEAR(double(TPDateTime(asChars, 6, 42)), july15, kTolerance);
-    // Other flags, other lengths, no bytes: 0.
+    // Flags 33 and 161 decode packed decimal first, but the binary reading is what is kept.
+    const unsigned char packed[] = {0x15, 0x07, 0x12, 0x10, 0x20, 0x30};
+    for (int flag : {33, 161}) {
+        EXPECT_NEAR(double(TPDateTime(binary, 6, flag)), july15, kTolerance);
+        EXPECT_NEAR(double(TPDateTime(packed, 6, flag)),
+                    Date(21, 7, 2018) + DayFraction(16, 32, 48), kTolerance);
+    }
     EXPECT_EQ(double(TPDateTime(binary, 6, 32)), 0.0);
     EXPECT_EQ(double(TPDateTime(binary, 5, 42)), 0.0);
-    EXPECT_EQ(double(TPDateTime(binary, 7, 33)), 0.0);
     EXPECT_EQ(double(TPDateTime(static_cast<const unsigned char*>(nullptr), 6, 42)), 0.0);
-    // A time of a day or more keeps no date; a failed date leaves the time alone.
-    const unsigned char lateHour[] = {1, 1, 20, 24, 0, 0};
+    // A time of a day or more keeps no date; a failed date leaves the time.
+    const unsigned char lateHour[] = {1, 1, 20, 24, 0, 0}, high[] = {255, 255, 255, 255, 255, 255};
     EXPECT_EQ(double(TPDateTime(lateHour, 6, 42)), 1.0);
-    const unsigned char noDay[] = {0, 7, 12, 10, 20, 30};
-    EXPECT_NEAR(double(TPDateTime(noDay, 6, 42)), DayFraction(10, 20, 30), kTolerance);
-    const unsigned char high[] = {0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF};
-    // Month 255 is no date, and 255 hours are more than a day: only the time remains.
     EXPECT_NEAR(double(TPDateTime(high, 6, 33)), DayFraction(255, 255, 255), kTolerance);
 }
 
-TEST(TPDateTimeTest, IntegerConstructorReadsTheFlag) {
-    EXPECT_NEAR(double(TPDateTime(90, 16)), 90.0 / 86400.0, 1e-15);
+TEST(TPDateTimeTest, IntegersAreReadAsFlags) {
+    ClockPin pin;
+    pin.Set(Date(15, 7, 2012) + 0.5, 600);  // the clock reads 12:01 on 15 July 2012
+    const double date = Date(15, 7, 2012), time = DayFraction(12, 1, 0);
     EXPECT_EQ(double(TPDateTime(90, 16)), 90 * Sekunde);
-    EXPECT_EQ(double(TPDateTime(3, 32)), 3.0);
     EXPECT_EQ(double(TPDateTime(-3, PDateTimeFlag::Date)), -3.0);
     EXPECT_EQ(double(TPDateTime(5, 7)), 0.0);
-    EXPECT_EQ(double(TPDateTime(5, 144)), 0.0);
-    ClockPin pin;
-    ResetTime = Date(15, 7, 2012) + 0.5;
-    ZehntelTimer = 600;
-    EXPECT_NEAR(double(TPDateTime(2, 33)), Date(17, 7, 2012) + DayFraction(12, 1, 0), kTolerance);
-    EXPECT_NEAR(double(TPDateTime(-1, PDateTimeFlag::DateTime)),
-                Date(14, 7, 2012) + DayFraction(12, 1, 0), kTolerance);
-}
-
-TEST(TPDateTimeTest, AssigningANumberReadsTheClockFlags) {
-    ClockPin pin;
-    ResetTime = Date(15, 7, 2012) + 0.5;
-    ZehntelTimer = 600;
-    TPDateTime t;
-    t = 16;
-    EXPECT_NEAR(double(t), DayFraction(12, 1, 0), kTolerance);
-    t = 32;
-    EXPECT_EQ(double(t), Date(15, 7, 2012));
-    t = 33;
-    EXPECT_NEAR(double(t), Date(15, 7, 2012) + DayFraction(12, 1, 0), kTolerance);
-    t = 17;
-    EXPECT_EQ(double(t), 17.0);
-    t = 0;
-    EXPECT_EQ(double(t), 0.0);
-    t = 31.25;
-    EXPECT_EQ(double(t), 31.25);
-    t = -5;
-    EXPECT_EQ(double(t), -5.0);
-}
-
-TEST(TPDateTimeTest, FieldConstructorsAndArithmetic) {
-    EXPECT_EQ(double(TPDateTime(15, 7, 2012)), Date(15, 7, 2012));
-    EXPECT_EQ(double(TPDateTime(1, 1, 1900)), 1.0);
-    EXPECT_NEAR(double(TPDateTime(7, 5, 9, 50)), DayFraction(7, 5, 9, 50), 1e-15);
-    EXPECT_EQ(double(TPDateTime(36, 0, 0, 0)), 1.5);
-    TPDateTime t(100.25);
-    EXPECT_EQ(double(t + 1), 101.25);
-    EXPECT_EQ(double(t - 1), 99.25);
-    EXPECT_EQ(double(t + 0.5), 100.75);
-    EXPECT_EQ(double(t - TPDateTime(0.25)), 100.0);
-    t += 2;
-    EXPECT_EQ(double(t), 102.25);
-    t -= 0.25;
-    EXPECT_EQ(double(t), 102.0);
-    t -= 200;  // no normalisation, no check
-    EXPECT_EQ(double(t), -98.0);
-    EXPECT_TRUE(TPDateTime(1.0) < TPDateTime(2.0));
-    EXPECT_EQ(2.5 + TPDateTime(1.0), 3.5);
+    EXPECT_NEAR(double(TPDateTime(-1, 33)), date - 1 + time, kTolerance);
+    const std::pair<int, double> assigned[] = {{16, time}, {32, date}, {33, date + time}, {17, 17}};
+    for (const auto& [n, expected] : assigned) {
+        TPDateTime t;
+        t = n;
+        EXPECT_NEAR(double(t), expected, kTolerance) << n;
+    }
+    EXPECT_EQ(double(TPDateTime(31.25) + 1 - TPDateTime(0.25)), 32.0);
 }
 
 }  // namespace

@@ -1,32 +1,22 @@
-// Shared helpers of the date-time tests: the proleptic calendar of the standard library as the
-// oracle for day counts, and a guard that pins the package clock and restores it afterwards.
+// Shared helpers of the date-time tests: the standard library's proleptic calendar as the oracle
+// of day counts, and a guard that pins the package clock and restores it afterwards.
 #pragma once
 
 #include <tnpackage/tnpackage.h>
 
 #include <chrono>
 #include <cmath>
+#include <string>
 
 namespace timetest {
 
 using namespace std::chrono;
 
-// The usual date serial counts days from 30 December 1899 (so 1 January 1900 is 2 there, while
-// the package counts it as 1 and gains a day at its 29 February 1900).
-inline constexpr sys_days kSerialEpoch = sys_days{year{1899} / December / 30};
-
-inline long long Serial(const year_month_day& d) {
-    return (sys_days{d} - kSerialEpoch).count();
-}
-
-/// The package's day count of a real (Gregorian) date between 1900 and 2107: one less than the
-/// serial before 1 March 1900, the serial itself up to 28 February 2100, and one more after
-/// that, because the package keeps 29 February 1900 and 29 February 2100 as days.
-inline long long PackageDay(const year_month_day& d) {
-    const long long serial = Serial(d);
-    if (d < year{1900} / March / 1) return serial - 1;
-    if (d > year{2100} / February / 28) return serial + 1;
-    return serial;
+/// The package's day count of a real date of 1900-2107: the usual serial (day 0 = 30 December
+/// 1899), less one before 1 March 1900, plus one after 28 February 2100 (both leap days exist).
+inline double PackageDay(const year_month_day& d) {
+    const auto serial = (sys_days{d} - sys_days{year{1899} / December / 30}).count();
+    return double(serial - (d < year{1900} / March / 1) + (d > year{2100} / February / 28));
 }
 
 inline double DayFraction(int hour, int minute, int second, double hundredths = 0.0) {
@@ -35,19 +25,18 @@ inline double DayFraction(int hour, int minute, int second, double hundredths = 
 
 inline double Date(int day, int month, int year) {
     tn::TPDateTime t;
-    t.DateKonvert(static_cast<short>(day), static_cast<short>(month), static_cast<short>(year));
+    t.DateKonvert(short(day), short(month), short(year));
     return t;
 }
 
-/// Pins the package clock for one test and restores every clock global afterwards.
+inline std::string Text(const tn::TPString& s) {
+    return s.c_str() ? s.c_str() : "";
+}
+
+/// Pins the package clock (and the language) for one test and restores them afterwards.
 class ClockPin {
   public:
-    ClockPin()
-        : timer_(tn::ZehntelTimer),
-          reset_(tn::ResetTime),
-          update_(tn::ResetTimerUpdate),
-          offsetHours_(static_cast<int>(std::lround(tn::UTCOffset() * 24.0))),
-          sprache_(tn::Sprache) {}
+    ClockPin() = default;
     ~ClockPin() {
         tn::ZehntelTimer = timer_;
         tn::ResetTime = reset_;
@@ -58,18 +47,18 @@ class ClockPin {
     ClockPin(const ClockPin&) = delete;
     ClockPin& operator=(const ClockPin&) = delete;
 
-    /// The counted clock reads `localNow` (a date and time) from now on.
-    void Set(double localNow, int tenths = 1) {
-        tn::ResetTime = localNow - 0.1 * tn::Sekunde * tenths;
+    /// The counted clock reads ResetTime = `origin` plus `tenths` tenths of a second.
+    void Set(double origin, int tenths) {
+        tn::ResetTime = origin;
         tn::ZehntelTimer = tenths;
     }
 
   private:
-    std::int32_t timer_;
-    tn::TPDateTime reset_;
-    bool update_;
-    int offsetHours_;
-    int sprache_;
+    std::int32_t timer_ = tn::ZehntelTimer;
+    tn::TPDateTime reset_ = tn::ResetTime;
+    bool update_ = tn::ResetTimerUpdate;
+    int offsetHours_ = int(std::lround(tn::UTCOffset() * 24.0));
+    int sprache_ = tn::Sprache;
 };
 
 }  // namespace timetest

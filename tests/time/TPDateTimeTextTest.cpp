@@ -1,0 +1,202 @@
+// Text forms: the text constructor, the fixed-position readers, assignment from text, printing,
+// and reading back what was printed.
+#include <gtest/gtest.h>
+
+#include <tnpackage/tnpackage.h>
+
+#include <random>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "TimeTestSupport.h"
+
+using namespace tn;
+using namespace timetest;
+
+namespace {
+
+constexpr double kTolerance = 1e-9;
+const double kJuly15 = PackageDay(year{2012} / 7 / 15), kTime = DayFraction(10, 30, 45);
+
+double Read(const char* text, int flag) {
+    return TPDateTime(TPString(text), flag);
+}
+
+TEST(TPDateTimeTextTest, TheTextConstructorReadsTheFormOfItsFlag) {
+    ClockPin pin;
+    Sprache = 0;
+    // Forms that printing never makes (the printed ones are read back below): unchecked
+    // separators, 31 February, each half of flag 33 on its own, 25 hours keeping no date.
+    // Flag 0 stands for assignment, which picks the reading from the text's shape. The device
+    // flags 144, 150 and 161 read as 16, 22 and 33.
+    const double k0705 = DayFraction(7, 5, 0), k1230 = DayFraction(12, 30, 0),
+                 k1h230 = DayFraction(1, 230, 0), k070509 = DayFraction(7, 5, 9),
+                 k235959 = DayFraction(23, 59, 59), kMarch2 = PackageDay(year{2012} / 3 / 2),
+                 k25h = 25.0 / 24, kBoth = kJuly15 + kTime, kNone = 0.0;
+    const struct {
+        const char* text;
+        int flag;
+        double value;
+    } readings[] = {
+        // clang-format off
+        {"0705", 16, k0705}, {"12h30", 16, k1230}, {"12:30", 16, k1230}, {"1h230", 16, k1h230},
+        {"7:05:09", 22, k070509}, {"07:05:09 UTC", 22, k070509}, {"23-59-59", 22, k235959},
+        {"310212", 32, kMarch2}, {"15.07.12", 40, kJuly15}, {"15/07/2012", 40, kJuly15},
+        {"15-07-12xyz", 40, kJuly15}, {"2012/07/15T10:00", 44, kJuly15},
+        {"xx0712103045", 33, kTime}, {"150712xx3045", 33, kJuly15}, {"150712250000", 33, k25h},
+        {"d2012Xyz15 t103045", 43, kTime}, {"d2012Jul15_t103045", 43, kBoth},
+        {"150712", 0, kJuly15}, {"15.07.12", 0, kJuly15}, {"7:05:09", 0, k070509},
+        {"12h30", 0, k1230}, {"0705", 0, k0705}, {"x", 0, kNone}, {"12345", 0, kNone},
+        {"nonsense", 0, kNone}, {"15 07 2012", 0, kNone}, {"123456789012345", 0, kNone},
+        {"", 0, kNone},
+        // clang-format on
+    };
+    for (const auto& r : readings) {
+        TPDateTime assigned(777.0);
+        assigned = TPString(r.text);
+        const double got = r.flag == 0 ? double(assigned) : Read(r.text, r.flag);
+        EXPECT_NEAR(got, r.value, kTolerance) << '"' << r.text << "\" " << r.flag;
+        const int twin = r.flag == 16 ? 144 : r.flag == 22 ? 150 : r.flag == 33 ? 161 : 0;
+        if (twin != 0) {
+            EXPECT_NEAR(Read(r.text, twin), r.value, kTolerance) << r.text << twin;
+        }
+    }
+    // Texts that do not fit the form, and flags without a form, read as 0.
+    const std::pair<std::vector<int>, std::vector<const char*>> failures[] = {
+        {{16, 144}, {"", "070", "12-30", "h1230", "1230h", "ab:cd", "0705091", "xx0509"}},
+        {{22, 150}, {"7-05:09", "07:05"}},
+        {{24}, {"12:30:45.6", "12:30:45.ab"}},
+        {{32}, {"15071", "1507120", "ab0712", "1507ab"}},
+        {{34, 40}, {"1207150", "15.07.1"}},
+        {{44}, {"2012-07-1", "abcd-07-15"}},
+        {{33, 161}, {"15071210304", "1507121030450"}},
+        {{43}, {"x2012Jul15 t103045", "d2012Jul15 x103045", "d2012Jul15 t10304"}},
+        {{0, 5, 17, 42, 98, 128, -1}, {"150712", "150712103045"}},
+    };
+    for (const auto& [flags, texts] : failures) {
+        for (int flag : flags) {
+            for (const char* text : texts)
+                EXPECT_EQ(Read(text, flag), 0.0) << text << " " << flag;
+        }
+    }
+}
+
+TEST(TPDateTimeTextTest, ReadersReplaceTheValueAndNameMonthsInTheLanguage) {
+    ClockPin pin;
+    TPDateTime t(41000.0);
+    t.GetTime6(TPString("070509"));  // the date goes too
+    EXPECT_NEAR(double(t), DayFraction(7, 5, 9), kTolerance);
+    t.GetTime4(TPString("0705"));
+    EXPECT_NEAR(double(t), DayFraction(7, 5, 0), kTolerance);
+    // Only the year's last two digits count; an unknown name leaves the value as it was.
+    const struct {
+        int sprache;
+        const char* text;
+        double value;
+    } names[] = {{0, "d2012Mrz03", PackageDay(year{2012} / 3 / 3)},
+                 {0, "d2012Mar03", 123},
+                 {0, "d2012JUL15", 123},
+                 {0, "d1985Dez24", PackageDay(year{2085} / 12 / 24)},
+                 {1, "d2012Mar03", PackageDay(year{2012} / 3 / 3)},
+                 {1, "d2012Mrz03", 123},
+                 {1, "d2012Jan03", PackageDay(year{2012} / 1 / 3)},  // German names fill gaps
+                 {2, "d2012Okt03", PackageDay(year{2012} / 10 / 3)}};
+    for (const auto& n : names) {
+        Sprache = n.sprache;
+        t = 123.0;
+        t.GetYYYYMMMDDString(TPString(n.text));
+        EXPECT_EQ(double(t), n.value) << n.sprache << " " << n.text;
+    }
+}
+
+TEST(TPDateTimeTextTest, FormOfEveryFlag) {
+    ClockPin pin;
+    Sprache = 0;
+    const TPDateTime t(Date(15, 7, 2012) + DayFraction(7, 5, 9, 67));
+    const std::pair<int, const char*> forms[] = {{16, "070509"},
+                                                 {144, "07:05"},
+                                                 {22, "07:05:09"},
+                                                 {150, "07:05:09"},
+                                                 {24, "07:05:09.67"},
+                                                 {32, "150712"},
+                                                 {33, "150712070509"},
+                                                 {161, "150712070509"},
+                                                 {34, "120715"},
+                                                 {40, "15.07.2012"},
+                                                 {43, "d2012Jul15 t070509"},
+                                                 {44, "2012-07-15"},
+                                                 {98, "27F"},
+                                                 {0, ""},
+                                                 {5, ""},
+                                                 {42, ""},
+                                                 {99, ""},
+                                                 {-1, ""}};
+    for (const auto& [flag, form] : forms)
+        EXPECT_EQ(Text(t.String(flag)), form) << flag;
+    EXPECT_EQ(Text(t.DateString()) + " " + Text(t.TimeString()), "15.07.2012 07:05:09");
+    EXPECT_EQ(Text(TPDateTime(Date(3, 3, 2012)).String(43)), "d2012Mrz03 t000000");
+    Sprache = 1;
+    EXPECT_EQ(Text(TPDateTime(Date(3, 3, 2012)).String(43)), "d2012Mar03 t000000");
+    // The IGC short date: base-36 digits.
+    EXPECT_EQ(Text(TPDateTime(Date(31, 12, 2019)).String(98)), "9CV");
+    EXPECT_EQ(Text(TPDateTime(Date(10, 10, 2008)).String(98)), "8AA");
+    EXPECT_EQ(Text(TPDateTime(Date(29, 2, 2100)).String(98)), "02T");
+    // Rounding to a hundredth moves the date too; a negative time prints the clock before 0:00.
+    const TPDateTime late(Date(31, 12, 2011) + 1.0 - 1e-9);
+    EXPECT_EQ(Text(late.String(33)) + " " + Text(late.String(24)), "010112000000 00:00:00.00");
+    EXPECT_EQ(Text(TPDateTime(Date(31, 12, 2011) + DayFraction(23, 59, 59, 99)).String(24)),
+              "23:59:59.99");
+    EXPECT_EQ(Text(TPDateTime(-1.5 / 24).String(22)), "22:30:00");
+}
+
+TEST(TPDateTimeTextTest, ReadingWhatWasPrintedGivesTheValueBack) {
+    ClockPin pin;
+    std::mt19937 random(20120715);
+    auto between = [&random](int low, int high) {
+        return std::uniform_int_distribution<int>(low, high)(random);
+    };
+    for (int i = 0; i < 4000; ++i) {
+        // Two-digit years read back for 1990-2089 only.
+        const sys_days day = sys_days{year{1990} / 1 / 1} + days{between(0, 36524)};
+        const double date = PackageDay(year_month_day{day});
+        const int h = between(0, 23), m = between(0, 59), s = between(0, 59), hs = between(0, 99);
+        Sprache = i % 3;
+        for (int flag : {16, 144, 22, 150, 24, 32, 33, 161, 34, 40, 43, 44}) {
+            const bool timeOnly = flag < 32 || flag == 144 || flag == 150;
+            const bool dateOnly = flag == 32 || flag == 34 || flag == 40 || flag == 44;
+            const double kept =
+                (timeOnly ? 0.0 : date) +
+                (dateOnly ? 0.0 : DayFraction(h, m, flag == 144 ? 0 : s, flag == 24 ? hs : 0));
+            const TPString printed = TPDateTime(date + DayFraction(h, m, s, hs)).String(flag);
+            const TPDateTime back(printed, flag);
+            ASSERT_NEAR(double(back), kept, kTolerance) << flag << " " << Text(printed);
+            ASSERT_EQ(Text(back.String(flag)), Text(printed));
+            TPDateTime assigned;
+            assigned = printed;
+            if (flag == 16 || flag == 34) continue;  // assignment reads six digits as DDMMYY
+            ASSERT_NEAR(double(assigned), kept, kTolerance) << flag << " " << Text(printed);
+        }
+    }
+}
+
+std::string Formatted(double value, const char* pattern) {
+    return Text(TPDateTime(value).FormatString(TPString(pattern)));
+}
+
+TEST(TPDateTimeTextTest, FormatStringFillsAPatternOfFields) {
+    ClockPin pin;
+    Sprache = 0;
+    const double v = Date(15, 7, 2012) + DayFraction(7, 5, 9, 67);
+    EXPECT_EQ(Formatted(v, "DD.MM.YYYY HH:NN:SS.ZZ"), "15.07.2012 07:05:09.67");
+    EXPECT_EQ(Formatted(v, "d. mmmm yyyy, hh:nn 'Uhr'"), "15. Juli 2012, 07:05 Uhr");
+    EXPECT_EQ(Formatted(v, "d.m.yy h:n:s dmmmyy"), "15.7.12 7:5:9 15Jul12");
+    EXPECT_EQ(Formatted(v, "\"day\" d 'open"), "day 15 open");
+    EXPECT_EQ(Formatted(v, "yyyyyy-/ ,x"), "201212-/ ,x");
+    EXPECT_EQ(Formatted(Date(3, 3, 2012), "d. mmmm"), "3. M\xE4rz");
+    Sprache = 1;
+    EXPECT_EQ(Formatted(Date(3, 3, 2012), "mmm mmmm"), "Mar March");
+    EXPECT_EQ(Formatted(Date(3, 8, 2012), "mmmm"), "August");  // no English entry: German
+}
+
+}  // namespace
