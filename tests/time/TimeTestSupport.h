@@ -34,31 +34,23 @@ inline std::string Text(const tn::TPString& s) {
 }
 
 /// Pins the package clock (and the language) for one test and restores them afterwards.
-class ClockPin {
-  public:
-    ClockPin() = default;
-    ~ClockPin() {
-        tn::ZehntelTimer = timer_;
-        tn::ResetTime = reset_;
-        tn::ResetTimerUpdate = update_;
-        tn::SetUTCOffset(offsetHours_);
-        tn::Sprache = sprache_;
-    }
-    ClockPin(const ClockPin&) = delete;
-    ClockPin& operator=(const ClockPin&) = delete;
-
-    /// The counted clock reads ResetTime = `origin` plus `tenths` tenths of a second.
+struct ClockPin {
+    /// The counted clock reads `origin` plus `tenths` tenths of a second.
     void Set(double origin, int tenths) {
         tn::ResetTime = origin;
         tn::ZehntelTimer = tenths;
     }
-
-  private:
-    std::int32_t timer_ = tn::ZehntelTimer;
-    tn::TPDateTime reset_ = tn::ResetTime;
-    bool update_ = tn::ResetTimerUpdate;
-    int offsetHours_ = int(std::lround(tn::UTCOffset() * 24.0));
-    int sprache_ = tn::Sprache;
+    ~ClockPin() {
+        tn::ZehntelTimer = timer;
+        tn::ResetTime = reset;
+        tn::ResetTimerUpdate = update;
+        tn::SetUTCOffset(offsetHours);
+        tn::Sprache = sprache;
+    }
+    const std::int32_t timer = tn::ZehntelTimer;
+    const tn::TPDateTime reset = tn::ResetTime;
+    const bool update = tn::ResetTimerUpdate;
+    const int offsetHours = int(std::lround(tn::UTCOffset() * 24.0)), sprache = tn::Sprache;
 };
 
 }  // namespace timetest
