@@ -4,10 +4,9 @@
 
 #include <tnpackage/tnpackage.h>
 
-#include <algorithm>
 #include <cstdint>
+#include <cstdio>
 #include <limits>
-#include <string>
 
 #include "TimeTestSupport.h"
 
@@ -18,13 +17,10 @@ namespace {
 
 constexpr double kTolerance = 1e-9;  // far below a hundredth of a second (1.2e-7 days)
 
-std::string Digits(int value, std::size_t width) {
-    const std::string digits = std::to_string(value);
-    return std::string(width - std::min(width, digits.size()), '0') + digits;
-}
-
-double Read(const std::string& text, int flag) {
-    return TPDateTime(TPString(text.c_str()), flag);
+double FromFat(std::uint32_t packed) {
+    TPDateTime t(5.0);
+    t.SetFileDate(packed);
+    return t;
 }
 
 TEST(TPDateTimeTest, EveryDayOf1900To2107FollowsTheCalendar) {
@@ -39,25 +35,19 @@ TEST(TPDateTimeTest, EveryDayOf1900To2107FollowsTheCalendar) {
         unsigned short dDay = 0, dMonth = 0, dYear = 0;
         TPDateTime(day + 0.75).DecodeDate(&dDay, &dMonth, &dYear);
         ASSERT_TRUE(dDay == dd && dMonth == m && dYear == y && TPDateTime(day).Year() == y) << day;
-        // The four-digit forms read and print every day, the two-digit ones 1990-2089.
-        const std::string dotted = Digits(dd, 2) + "." + Digits(m, 2) + "." + Digits(y, 4);
-        const std::string iso = Digits(y, 4) + "-" + Digits(m, 2) + "-" + Digits(dd, 2);
+        char dotted[32], iso[32];  // the four-digit forms, read and printed
+        std::snprintf(dotted, sizeof dotted, "%02d.%02d.%04d", dd, m, y);
+        std::snprintf(iso, sizeof iso, "%04d-%02d-%02d", y, m, dd);
         ASSERT_TRUE(Read(dotted, 40) == day && Read(iso, 44) == day) << iso;
         ASSERT_EQ(Text(TPDateTime(day + 0.5).String(40)) + Text(TPDateTime(day).String(44)),
-                  dotted + iso);
-        if (y >= 1990 && y <= 2089) {
-            ASSERT_EQ(Read(Digits(dd, 2) + Digits(m, 2) + Digits(y % 100, 2), 32), day);
-            ASSERT_EQ(Read(Digits(y % 100, 2) + Digits(m, 2) + Digits(dd, 2), 34), day);
-        }
+                  std::string(dotted) + iso);
         if (y < 1980) continue;
         // The FAT packing from the calendar's fields, at an even second different every day.
         const int s = (i * 7919) % 86400 & ~1, h = s / 3600, mi = s / 60 % 60, se = s % 60;
         const auto packed = std::uint32_t(y - 1980) << 25 |
                             std::uint32_t(m << 21 | dd << 16 | h << 11 | mi << 5 | se / 2);
         ASSERT_EQ(TPDateTime(day + DayFraction(h, mi, se)).FileDate(), packed) << iso;
-        TPDateTime back;
-        back.SetFileDate(packed);
-        ASSERT_NEAR(double(back), day + DayFraction(h, mi, se), kTolerance);
+        ASSERT_NEAR(FromFat(packed), day + DayFraction(h, mi, se), kTolerance);
     }
 }
 
@@ -76,30 +66,21 @@ TEST(TPDateTimeTest, FileDatePacksAsPublished) {
     for (const auto& p : published) {
         const double date = Date(p.day, p.month, p.year);
         EXPECT_EQ(TPDateTime(date + DayFraction(p.hour, p.minute, p.second)).FileDate(), p.packed);
-        TPDateTime back;
-        back.SetFileDate(p.packed);  // an odd second is halved down
-        EXPECT_NEAR(double(back), date + DayFraction(p.hour, p.minute, p.second & ~1), kTolerance);
+        EXPECT_NEAR(FromFat(p.packed), date + DayFraction(p.hour, p.minute, p.second & ~1),
+                    kTolerance);  // an odd second is halved down
     }
-    // No date, month 13, 62 seconds running into the next minute.
-    const std::pair<std::uint32_t, double> odd[] = {
-        {0x0000BF7D, DayFraction(23, 59, 58)},
-        {0x01A10000, 0.0},
-        {0x0021003F, Date(1, 1, 1980) + DayFraction(0, 2, 2)}};
-    for (const auto& [packed, value] : odd) {
-        TPDateTime t(5.0);
-        t.SetFileDate(packed);
-        EXPECT_NEAR(double(t), value, kTolerance) << packed;
-    }
+    EXPECT_NEAR(FromFat(0x01A1BF7D), DayFraction(23, 59, 58), kTolerance);  // month 13: no date
+    EXPECT_NEAR(FromFat(0x0021003F), Date(1, 1, 1980) + DayFraction(0, 2, 2), kTolerance);  // 62 s
 }
 
 TEST(TPDateTimeTest, LeapDaysOf1900And2100) {
     const double leap2100 = PackageDay(year{2100} / 3 / 1) - 1.0;
-    EXPECT_EQ(Date(29, 2, 1900), 60.0);
-    EXPECT_EQ(Date(29, 2, 2100), leap2100);
-    EXPECT_EQ(Text(TPDateTime(60.0).String(40)), "29.02.1900");
-    EXPECT_EQ(Text(TPDateTime(leap2100).String(40)), "29.02.2100");
+    EXPECT_TRUE(Date(29, 2, 1900) == 60.0 && Date(29, 2, 2100) == leap2100);
+    EXPECT_EQ(Text(TPDateTime(60.0).String(40)) + Text(TPDateTime(leap2100).String(44)),
+              "29.02.19002100-02-29");
     EXPECT_EQ(Read("2100-02-29", 44), leap2100);
     EXPECT_EQ(TPDateTime(leap2100 + 0.5).FileDate(), 120u << 25 | 2u << 21 | 29u << 16 | 12u << 11);
+    EXPECT_EQ(FromFat(120u << 25 | 2u << 21 | 29u << 16), leap2100);
 }
 
 TEST(TPDateTimeTest, DateKonvertTwoDigitYearsAndUncheckedDays) {
@@ -130,8 +111,7 @@ TEST(TPDateTimeTest, DecodeDateInvertsDateKonvertOverItsWholeRange) {
         ASSERT_EQ(Date(day, month, year), v) << v;
     }
     // Impossible values decode as zeros and crash nothing; null fields are skipped.
-    for (double v : {std::numeric_limits<double>::quiet_NaN(), 1e300, -1e300,
-                     std::numeric_limits<double>::infinity()}) {
+    for (double v : {std::numeric_limits<double>::quiet_NaN(), 1e300, -1e300}) {
         unsigned short day = 9, month = 9, year = 9, h = 9, m = 9, s = 9, f = 9;
         TPDateTime(v).DecodeDate(&day, &month, &year);
         TPDateTime(v).DecodeTime(&h, &m, &s, &f);
@@ -155,8 +135,7 @@ TEST(TPDateTimeTest, TimeKonvertAndDecodeTime) {
         ASSERT_NEAR(dt, hs * 100 + 50, 1) << s;  // the rounding half hundredth in the 1/10000s
     }
     t.TimeKonvert(0, 0, 0, -1);
-    EXPECT_EQ(double(t), 0.0);
-    EXPECT_EQ(double(TPDateTime(36, 0, 0, 0)), 1.5);  // a day or more is accepted
+    EXPECT_EQ(double(t) + double(TPDateTime(36, 0, 0, 0)), 1.5);  // a day or more is accepted
     unsigned short h = 0, m = 0, s = 0, f = 0;
     TPDateTime(-1.5 / 24).DecodeTime(&h, &m, &s, &f);  // the time before midnight
     EXPECT_TRUE(h == 22 && m == 30 && s == 0);
@@ -179,8 +158,9 @@ TEST(TPDateTimeTest, ByteStampsAreReadAsBinaryWhateverTheFlagPromises) {
         EXPECT_NEAR(double(TPDateTime(packed, 6, flag)),
                     Date(21, 7, 2018) + DayFraction(16, 32, 48), kTolerance);
     }
-    EXPECT_EQ(double(TPDateTime(binary, 6, 32)) + double(TPDateTime(binary, 5, 42)), 0.0);
-    EXPECT_EQ(double(TPDateTime(static_cast<const unsigned char*>(nullptr), 6, 42)), 0.0);
+    EXPECT_EQ(double(TPDateTime(binary, 6, 32)) + double(TPDateTime(binary, 5, 42)) +
+                  double(TPDateTime(static_cast<const unsigned char*>(nullptr), 6, 42)),
+              0.0);
     // A time of a day or more keeps no date.
     const unsigned char lateHour[] = {1, 1, 20, 24, 0, 0}, high[] = {255, 255, 255, 255, 255, 255};
     EXPECT_EQ(double(TPDateTime(lateHour, 6, 42)), 1.0);

@@ -17,23 +17,18 @@ using namespace timetest;
 namespace {
 
 constexpr double kTolerance = 1e-9;
-const double kJuly15 = PackageDay(year{2012} / 7 / 15), kTime = DayFraction(10, 30, 45);
-
-double Read(const char* text, int flag) {
-    return TPDateTime(TPString(text), flag);
-}
 
 TEST(TPDateTimeTextTest, TheTextConstructorReadsTheFormOfItsFlag) {
     ClockPin pin;
     Sprache = 0;
-    // Forms that printing never makes (the printed ones are read back below): unchecked
-    // separators, 31 February, each half of flag 33 on its own, 25 hours keeping no date.
-    // Flag 0 stands for assignment, which picks the reading from the text's shape. The device
-    // flags 144, 150 and 161 read as 16, 22 and 33.
-    const double k0705 = DayFraction(7, 5, 0), k1230 = DayFraction(12, 30, 0),
+    // Forms that printing never makes (printed ones are read back below). Flag 0 stands for
+    // assignment, which picks the reading from the text's shape. 144, 150 and 161 read as 16,
+    // 22 and 33.
+    const double kJul15 = PackageDay(year{2012} / 7 / 15), kMar2 = PackageDay(year{2012} / 3 / 2),
+                 k0705 = DayFraction(7, 5, 0), k1230 = DayFraction(12, 30, 0),
                  k1h230 = DayFraction(1, 230, 0), k070509 = DayFraction(7, 5, 9),
-                 k235959 = DayFraction(23, 59, 59), kMarch2 = PackageDay(year{2012} / 3 / 2),
-                 k25h = 25.0 / 24, kBoth = kJuly15 + kTime, kNone = 0.0;
+                 k235959 = DayFraction(23, 59, 59), k103045 = DayFraction(10, 30, 45),
+                 k25h = 25.0 / 24, kBoth = kJul15 + k103045, kNone = 0.0;
     const struct {
         const char* text;
         int flag;
@@ -42,11 +37,11 @@ TEST(TPDateTimeTextTest, TheTextConstructorReadsTheFormOfItsFlag) {
         // clang-format off
         {"0705", 16, k0705}, {"12h30", 16, k1230}, {"12:30", 16, k1230}, {"1h230", 16, k1h230},
         {"7:05:09", 22, k070509}, {"07:05:09 UTC", 22, k070509}, {"23-59-59", 22, k235959},
-        {"310212", 32, kMarch2}, {"15.07.12", 40, kJuly15}, {"15/07/2012", 40, kJuly15},
-        {"15-07-12xyz", 40, kJuly15}, {"2012/07/15T10:00", 44, kJuly15},
-        {"xx0712103045", 33, kTime}, {"150712xx3045", 33, kJuly15}, {"150712250000", 33, k25h},
-        {"d2012Xyz15 t103045", 43, kTime}, {"d2012Jul15_t103045", 43, kBoth},
-        {"150712", 0, kJuly15}, {"15.07.12", 0, kJuly15}, {"7:05:09", 0, k070509},
+        {"310212", 32, kMar2}, {"15.07.12", 40, kJul15}, {"15/07/2012", 40, kJul15},
+        {"15-07-12xyz", 40, kJul15}, {"2012/07/15T10:00", 44, kJul15},
+        {"xx0712103045", 33, k103045}, {"150712xx3045", 33, kJul15}, {"150712250000", 33, k25h},
+        {"d2012Xyz15 t103045", 43, k103045}, {"d2012Jul15_t103045", 43, kBoth},
+        {"150712", 0, kJul15}, {"15.07.12", 0, kJul15}, {"7:05:09", 0, k070509},
         {"12h30", 0, k1230}, {"0705", 0, k0705}, {"x", 0, kNone}, {"12345", 0, kNone},
         {"nonsense", 0, kNone}, {"15 07 2012", 0, kNone}, {"123456789012345", 0, kNone},
         // clang-format on
@@ -54,9 +49,9 @@ TEST(TPDateTimeTextTest, TheTextConstructorReadsTheFormOfItsFlag) {
     for (const auto& r : readings) {
         TPDateTime assigned(777.0);
         assigned = TPString(r.text);
-        const double got = r.flag == 0 ? double(assigned) : Read(r.text, r.flag);
         const int twin = r.flag == 16 ? 144 : r.flag == 22 ? 150 : r.flag == 33 ? 161 : r.flag;
-        EXPECT_NEAR(got, r.value, kTolerance) << '"' << r.text << "\" " << r.flag;
+        EXPECT_NEAR(r.flag ? Read(r.text, r.flag) : double(assigned), r.value, kTolerance)
+            << '"' << r.text << "\" " << r.flag;
         EXPECT_EQ(Read(r.text, twin), Read(r.text, r.flag)) << r.text << " " << twin;
     }
     // Texts that do not fit the form, and flags without a form, read as 0.
@@ -64,19 +59,17 @@ TEST(TPDateTimeTextTest, TheTextConstructorReadsTheFormOfItsFlag) {
         {{16, 144}, {"", "070", "12-30", "h1230", "1230h", "ab:cd", "0705091", "xx0509"}},
         {{22, 150}, {"7-05:09", "07:05"}},
         {{24}, {"12:30:45.6", "12:30:45.ab"}},
-        {{32}, {"15071", "1507120", "ab0712", "1507ab"}},
-        {{34, 40}, {"1207150", "15.07.1"}},
+        {{32, 34}, {"15071", "1507120", "ab0712", "1507ab"}},
+        {{40, 44}, {"15.07.1", "2012-07"}},
         {{44}, {"2012-07-1", "abcd-07-15"}},
         {{33, 161}, {"15071210304", "1507121030450"}},
         {{43}, {"x2012Jul15 t103045", "d2012Jul15 x103045", "d2012Jul15 t10304"}},
         {{0, 5, 17, 42, 98, 128, -1}, {"150712", "150712103045"}},
     };
-    for (const auto& [flags, texts] : failures) {
-        for (int flag : flags) {
+    for (const auto& [flags, texts] : failures)
+        for (int flag : flags)
             for (const char* text : texts)
                 EXPECT_EQ(Read(text, flag), 0.0) << text << " " << flag;
-        }
-    }
 }
 
 TEST(TPDateTimeTextTest, ReadersReplaceTheValueAndNameMonthsInTheLanguage) {
@@ -84,22 +77,19 @@ TEST(TPDateTimeTextTest, ReadersReplaceTheValueAndNameMonthsInTheLanguage) {
     TPDateTime t(41000.0);
     t.GetTime6(TPString("070509"));  // the date goes too
     EXPECT_NEAR(double(t), DayFraction(7, 5, 9), kTolerance);
-    // Only the year's last two digits count; an unknown name leaves the value as it was, and
-    // German names fill the gaps of the other languages.
-    const double kept = 123.0, march3 = PackageDay(year{2012} / 3 / 3);
+    // Only the year's last two digits count; an unknown name leaves the value; German names
+    // fill the gaps of the other languages.
+    const double kept = 123.0, mar3 = PackageDay(year{2012} / 3 / 3),
+                 jan3 = PackageDay(year{2012} / 1 / 3), oct3 = PackageDay(year{2012} / 10 / 3),
+                 dec24 = PackageDay(year{2085} / 12 / 24);
     const struct {
         int sprache;
         const char* text;
         double value;
     } names[] = {
-        {0, "d2012Mrz03", march3},
-        {0, "d2012Mar03", kept},
-        {0, "d2012JUL15", kept},
-        {0, "d1985Dez24", PackageDay(year{2085} / 12 / 24)},
-        {1, "d2012Mar03", march3},
-        {1, "d2012Mrz03", kept},
-        {1, "d2012Jan03", PackageDay(year{2012} / 1 / 3)},
-        {2, "d2012Okt03", PackageDay(year{2012} / 10 / 3)},
+        {0, "d2012Mrz03", mar3},  {0, "d2012Mar03", kept}, {0, "d2012JUL15", kept},
+        {0, "d1985Dez24", dec24}, {1, "d2012Mar03", mar3}, {1, "d2012Mrz03", kept},
+        {1, "d2012Jan03", jan3},  {2, "d2012Okt03", oct3},
     };
     for (const auto& n : names) {
         Sprache = n.sprache;
@@ -109,7 +99,7 @@ TEST(TPDateTimeTextTest, ReadersReplaceTheValueAndNameMonthsInTheLanguage) {
     }
 }
 
-TEST(TPDateTimeTextTest, FormOfEveryFlag) {
+TEST(TPDateTimeTextTest, FormsOfEveryFlag) {
     ClockPin pin;
     Sprache = 0;
     const TPDateTime t(Date(15, 7, 2012) + DayFraction(7, 5, 9, 67));
@@ -120,15 +110,20 @@ TEST(TPDateTimeTextTest, FormOfEveryFlag) {
               "070509|07:05|07:05:09|07:05:09|07:05:09.67|150712|150712070509|150712070509|"
               "120715|15.07.2012|d2012Jul15 t070509|2012-07-15|27F|||||");
     EXPECT_EQ(Text(t.DateString()) + " " + Text(t.TimeString()), "15.07.2012 07:05:09");
-    Sprache = 1;
-    EXPECT_EQ(Text(TPDateTime(Date(3, 3, 2012)).String(43)), "d2012Mar03 t000000");
-    // The IGC short date in base-36 digits.
+    // IGC short dates in base 36; rounding to a hundredth moves the date too; a negative time
+    // prints the clock before midnight.
     EXPECT_EQ(Text(TPDateTime(Date(31, 12, 2019)).String(98)), "9CV");
     EXPECT_EQ(Text(TPDateTime(Date(29, 2, 2100)).String(98)), "02T");
-    // Rounding to a hundredth moves the date too; a negative time prints the clock before 0:00.
     const TPDateTime late(Date(31, 12, 2011) + 1.0 - 1e-9);
     EXPECT_EQ(Text(late.String(33)) + " " + Text(late.String(24)), "010112000000 00:00:00.00");
     EXPECT_EQ(Text(TPDateTime(-1.5 / 24).String(22)), "22:30:00");
+    // FormatString: fields in either case, month names of the language, quoted text.
+    EXPECT_EQ(Text(t.FormatString(TPString("d. mmmm yyyy, HH:NN:SS.ZZ 'Uhr' m/yy \"h\" mmm"))),
+              "15. Juli 2012, 07:05:09.67 Uhr 7/12 h Jul");
+    Sprache = 1;
+    EXPECT_EQ(Text(TPDateTime(Date(3, 3, 2012)).String(43)), "d2012Mar03 t000000");
+    EXPECT_EQ(Text(TPDateTime(Date(3, 8, 2012)).FormatString(TPString("mmm mmmm d.m h:n:s"))),
+              "Aug August 3.8 0:0:0");  // no English August: the German name
 }
 
 TEST(TPDateTimeTextTest, ReadingWhatWasPrintedGivesTheValueBack) {
@@ -159,23 +154,6 @@ TEST(TPDateTimeTextTest, ReadingWhatWasPrintedGivesTheValueBack) {
             ASSERT_NEAR(double(assigned), kept, kTolerance) << flag << " " << Text(printed);
         }
     }
-}
-
-TEST(TPDateTimeTextTest, FormatStringFillsAPatternOfFields) {
-    ClockPin pin;
-    const auto formatted = [](double v, const char* pattern) {
-        return Text(TPDateTime(v).FormatString(TPString(pattern)));
-    };
-    const double v = Date(15, 7, 2012) + DayFraction(7, 5, 9, 67), march3 = Date(3, 3, 2012);
-    Sprache = 0;
-    EXPECT_EQ(formatted(v, "DD.MM.YYYY HH:NN:SS.ZZ"), "15.07.2012 07:05:09.67");
-    EXPECT_EQ(formatted(v, "d. mmmm yyyy, hh:nn 'Uhr'"), "15. Juli 2012, 07:05 Uhr");
-    EXPECT_EQ(formatted(v, "d.m.yy h:n:s dmmmyy \"day\" d 'open"),
-              "15.7.12 7:5:9 15Jul12 day 15 open");
-    EXPECT_EQ(formatted(march3, "yyyyyy-/ ,x d. mmmm"), "201212-/ ,x 3. M\xE4rz");
-    Sprache = 1;
-    EXPECT_EQ(formatted(march3, "mmm mmmm"), "Mar March");
-    EXPECT_EQ(formatted(Date(3, 8, 2012), "mmmm"), "August");  // no English entry: German
 }
 
 }  // namespace

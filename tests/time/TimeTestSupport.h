@@ -33,6 +33,11 @@ inline std::string Text(const tn::TPString& s) {
     return s.c_str() ? s.c_str() : "";
 }
 
+/// The text constructor's reading of `text` in the form of `flag`.
+inline double Read(const char* text, int flag) {
+    return tn::TPDateTime(tn::TPString(text), flag);
+}
+
 /// Pins the package clock (and the language) for one test and restores them afterwards.
 struct ClockPin {
     /// The counted clock reads `origin` plus `tenths` tenths of a second.
