@@ -24,7 +24,8 @@ TEST(DateCommandTest, ReadsTextsAndFatDatesShowsTheClockAndRefusesBadUsage) {
     for (const auto& [arguments, expected] : runs) {
         const tn::test::ToolResult r = tn::test::RunTool(arguments);
         EXPECT_EQ((std::to_string(r.status) + " " + r.output).substr(0, std::strlen(expected)),
-                  expected);
+                  expected)
+            << arguments;
     }
     EXPECT_NE(tn::test::RunTool("date --now").output.find("\nutc   "), std::string::npos);
     for (const char* bad : {"date", "date 150712", "date 150712 x", "date --fat", "date --later",

@@ -16,8 +16,6 @@ using namespace timetest;
 
 namespace {
 
-constexpr double kTolerance = 1e-9;
-
 TEST(TPDateTimeTextTest, TheTextConstructorReadsTheFormOfItsFlag) {
     ClockPin pin;
     Sprache = 0;
@@ -40,7 +38,7 @@ TEST(TPDateTimeTextTest, TheTextConstructorReadsTheFormOfItsFlag) {
         {"310212", 32, kMar2}, {"15.07.12", 40, kJul15}, {"15/07/2012", 40, kJul15},
         {"15-07-12xyz", 40, kJul15}, {"2012/07/15T10:00", 44, kJul15},
         {"xx0712103045", 33, k103045}, {"150712xx3045", 33, kJul15}, {"150712250000", 33, k25h},
-        {"d2012Xyz15 t103045", 43, k103045}, {"d2012Jul15_t103045", 43, kBoth},
+        {"d2012JUL15 t103045", 43, k103045}, {"d2012Jul15_t103045", 43, kBoth},
         {"150712", 0, kJul15}, {"15.07.12", 0, kJul15}, {"7:05:09", 0, k070509},
         {"12h30", 0, k1230}, {"0705", 0, k0705}, {"x", 0, kNone}, {"12345", 0, kNone},
         {"nonsense", 0, kNone}, {"15 07 2012", 0, kNone}, {"123456789012345", 0, kNone},
@@ -77,26 +75,15 @@ TEST(TPDateTimeTextTest, ReadersReplaceTheValueAndNameMonthsInTheLanguage) {
     TPDateTime t(41000.0);
     t.GetTime6(TPString("070509"));  // the date goes too
     EXPECT_NEAR(double(t), DayFraction(7, 5, 9), kTolerance);
-    // Only the year's last two digits count; an unknown name leaves the value; German names
-    // fill the gaps of the other languages.
-    const double kept = 123.0, mar3 = PackageDay(year{2012} / 3 / 3),
-                 jan3 = PackageDay(year{2012} / 1 / 3), oct3 = PackageDay(year{2012} / 10 / 3),
-                 dec24 = PackageDay(year{2085} / 12 / 24);
-    const struct {
-        int sprache;
-        const char* text;
-        double value;
-    } names[] = {
-        {0, "d2012Mrz03", mar3},  {0, "d2012Mar03", kept}, {0, "d2012JUL15", kept},
-        {0, "d1985Dez24", dec24}, {1, "d2012Mar03", mar3}, {1, "d2012Mrz03", kept},
-        {1, "d2012Jan03", jan3},  {2, "d2012Okt03", oct3},
-    };
-    for (const auto& n : names) {
-        Sprache = n.sprache;
-        t = kept;
-        t.GetYYYYMMMDDString(TPString(n.text));
-        EXPECT_EQ(double(t), n.value) << n.sprache << " " << n.text;
-    }
+    // The names of the language (the round trip covers all three); only the year's last two
+    // digits count; an unknown name leaves the value; German names fill the gaps.
+    Sprache = 1;
+    t.GetYYYYMMMDDString(TPString("d1985Mar03"));
+    EXPECT_EQ(double(t), PackageDay(year{2085} / 3 / 3));
+    t.GetYYYYMMMDDString(TPString("d2012Mrz03"));
+    EXPECT_EQ(double(t), PackageDay(year{2085} / 3 / 3));
+    t.GetYYYYMMMDDString(TPString("d2012Jan03"));
+    EXPECT_EQ(double(t), PackageDay(year{2012} / 1 / 3));
 }
 
 TEST(TPDateTimeTextTest, FormsOfEveryFlag) {

@@ -12,6 +12,8 @@ namespace timetest {
 
 using namespace std::chrono;
 
+inline constexpr double kTolerance = 1e-9;  // far below a hundredth of a second (1.2e-7 days)
+
 /// The package's day count of a real date of 1900-2107: the usual serial (day 0 = 30 December
 /// 1899), less one before 1 March 1900, plus one after 28 February 2100 (both leap days exist).
 inline double PackageDay(const year_month_day& d) {
