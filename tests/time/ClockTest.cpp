@@ -1,5 +1,4 @@
-// The package clock: start-up values, the counted clock, the UTC offset, SetResetTime and the
-// measurement slots.
+// The package clock: start-up values, the counted clock, the UTC offset and the measurement slots.
 #include <gtest/gtest.h>
 
 #include <tnpackage/tnpackage.h>
@@ -86,13 +85,6 @@ TEST(ClockTest, MeasurementSlotsKeepTheLongestInterval) {
     MessTimeStart(-1);  // slots outside 0-9 are ignored
     MessTimeStamp(10);
     EXPECT_NEAR(MaxMessTime(3) + MaxMessTime(9) + MaxMessTime(10), 7 * Sekunde, kTolerance);
-    // Just after local midnight the UTC time of day is negative: no interval is taken.
-    pin.Set(kDay + DayFraction(0, 10, 0), 1);
-    MessTimeReset(3);
-    MessTimeStart(3);
-    ZehntelTimer += 40;
-    MessTimeStamp(3);
-    EXPECT_EQ(MaxMessTime(3), 0.0);
 }
 
 }  // namespace

@@ -7,6 +7,7 @@
 #include <chrono>
 #include <cmath>
 #include <string>
+#include <tuple>
 
 namespace timetest {
 
@@ -42,22 +43,15 @@ inline double Read(const char* text, int flag) {
 
 /// Pins the package clock (and the language) for one test and restores them afterwards.
 struct ClockPin {
-    /// The counted clock reads `origin` plus `tenths` tenths of a second.
-    void Set(double origin, int tenths) {
-        tn::ResetTime = origin;
-        tn::ZehntelTimer = tenths;
-    }
     ~ClockPin() {
-        tn::ZehntelTimer = timer;
-        tn::ResetTime = reset;
-        tn::ResetTimerUpdate = update;
+        std::tie(tn::ZehntelTimer, tn::ResetTime, tn::ResetTimerUpdate, tn::Sprache) = saved;
         tn::SetUTCOffset(offsetHours);
-        tn::Sprache = sprache;
     }
-    const std::int32_t timer = tn::ZehntelTimer;
-    const tn::TPDateTime reset = tn::ResetTime;
-    const bool update = tn::ResetTimerUpdate;
-    const int offsetHours = int(std::lround(tn::UTCOffset() * 24.0)), sprache = tn::Sprache;
+    /// The counted clock reads `origin` plus `tenths` tenths of a second.
+    void Set(double origin, int tenths) { tn::ResetTime = origin, tn::ZehntelTimer = tenths; }
+    const std::tuple<std::int32_t, tn::TPDateTime, bool, int> saved{
+        tn::ZehntelTimer, tn::ResetTime, tn::ResetTimerUpdate, tn::Sprache};
+    const int offsetHours = int(std::lround(tn::UTCOffset() * 24.0));
 };
 
 }  // namespace timetest
