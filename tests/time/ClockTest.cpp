@@ -28,7 +28,7 @@ TEST(ClockTest, StartUpValuesAndTheComputersClock) {
     EXPECT_EQ(double(TPDateTime::CurrentDate()), kDay);
 }
 
-TEST(ClockTest, TheCountedClockAndTheOffset) {
+TEST(ClockTest, TheCountedClockTheOffsetAndSetResetTime) {
     ClockPin pin;
     pin.Set(kDay + 0.5, 600);
     const double noon1 = DayFraction(12, 1, 0), utc = DayFraction(10, 1, 0);
@@ -48,10 +48,7 @@ TEST(ClockTest, TheCountedClockAndTheOffset) {
     EXPECT_TRUE(CurrentDate() == kDay && CurrentDateTime() < kDay);
     SetUTCOffset(-3);
     EXPECT_NEAR(double(UTCTime()), 3.5 / 24 + 0.1 * Sekunde, kTolerance);
-}
-
-TEST(ClockTest, SetResetTime) {
-    ClockPin pin;
+    // SetResetTime.
     const double target = kDay + DayFraction(8, 0, 0);
     pin.Set(0.0, 600);
     ResetTimerUpdate = true;

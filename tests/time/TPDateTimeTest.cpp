@@ -21,7 +21,7 @@ double FromFat(std::uint32_t packed) {
     return t;
 }
 
-TEST(TPDateTimeTest, EveryDayOf1900To2107FollowsTheCalendar) {
+TEST(TPDateTimeTest, EveryDayOf1900To2107FollowsTheCalendarAndDecodeDateInvertsDateKonvert) {
     int i = 0;
     for (sys_days d = sys_days{year{1900} / 1 / 1}; d <= sys_days{year{2107} / 12 / 31};
          d += days{1}, ++i) {
@@ -47,53 +47,7 @@ TEST(TPDateTimeTest, EveryDayOf1900To2107FollowsTheCalendar) {
         ASSERT_EQ(TPDateTime(day + DayFraction(h, mi, se)).FileDate(), packed) << iso;
         ASSERT_NEAR(FromFat(packed), day + DayFraction(h, mi, se), kTolerance);
     }
-}
 
-TEST(TPDateTimeTest, FileDatePacksAsPublished) {
-    // Packed by Python's zipfile (the DOS date and time of a local header).
-    const std::pair<std::array<int, 6>, std::uint32_t> published[] = {
-        {{1980, 1, 1, 0, 0, 0}, 0x00210000},      {{2011, 12, 31, 23, 59, 58}, 0x3F9FBF7D},
-        {{2107, 12, 31, 23, 59, 58}, 0xFF9FBF7D}, {{2000, 2, 29, 12, 30, 44}, 0x285D63D6},
-        {{2012, 7, 15, 7, 5, 8}, 0x40EF38A4},     {{1999, 12, 31, 23, 59, 59}, 0x279FBF7D},
-        {{2100, 2, 28, 6, 0, 2}, 0xF05C3001},     {{2100, 3, 1, 0, 0, 0}, 0xF0610000},
-        {{2038, 1, 19, 3, 14, 6}, 0x743319C3},    {{1996, 2, 29, 18, 45, 30}, 0x205D95AF},
-    };
-    for (const auto& [f, packed] : published) {
-        const double date = Date(f[2], f[1], f[0]);
-        EXPECT_EQ(TPDateTime(date + DayFraction(f[3], f[4], f[5])).FileDate(), packed);
-        EXPECT_NEAR(FromFat(packed), date + DayFraction(f[3], f[4], f[5] & ~1), kTolerance);
-    }
-    EXPECT_NEAR(FromFat(0x01A1BF7D), DayFraction(23, 59, 58), kTolerance);  // month 13: no date
-    EXPECT_NEAR(FromFat(0x0021003F), Date(1, 1, 1980) + DayFraction(0, 2, 2), kTolerance);  // 62 s
-}
-
-TEST(TPDateTimeTest, LeapDaysOf1900And2100) {
-    const double leap2100 = PackageDay(year{2100} / 3 / 1) - 1.0;
-    EXPECT_TRUE(Date(29, 2, 1900) == 60.0 && Date(29, 2, 2100) == leap2100);
-    EXPECT_EQ(Text(TPDateTime(60.0).String(40)) + Text(TPDateTime(leap2100).String(44)),
-              "29.02.19002100-02-29");
-    EXPECT_EQ(Read("2100-02-29", 44), leap2100);
-    EXPECT_EQ(TPDateTime(leap2100 + 0.5).FileDate(), 120u << 25 | 2u << 21 | 29u << 16 | 12u << 11);
-    EXPECT_EQ(FromFat(120u << 25 | 2u << 21 | 29u << 16), leap2100);
-}
-
-TEST(TPDateTimeTest, DateKonvertTwoDigitYearsAndUncheckedDays) {
-    // Years 0-89 are 2000-2089, 90-99 the 1990s, and every year below 90 counts (-1 is 1999).
-    // Only day or month below 1 and months past December give 0: 31 February runs into March.
-    const std::array<int, 6> cases[] = {
-        {1, 1, 0, 2000, 1, 1},      {1, 1, 89, 2089, 1, 1},    {1, 1, 90, 1990, 1, 1},
-        {31, 12, 99, 1999, 12, 31}, {1, 1, -1, 1999, 1, 1},    {0, 5, 2012, 0, 0, 0},
-        {5, 0, 2012, 0, 0, 0},      {-3, 5, 2012, 0, 0, 0},    {5, 13, 2012, 0, 0, 0},
-        {31, 2, 2012, 2012, 3, 2},  {31, 2, 2011, 2011, 3, 3}, {32, 1, 2012, 2012, 2, 1},
-    };
-    for (const auto& [dd, m, y, realY, realM, realD] : cases) {
-        const double real = realY ? PackageDay(year{realY} / realM / realD) : 0.0;
-        EXPECT_EQ(Date(dd, m, y), real) << dd << "." << m << "." << y;
-    }
-    EXPECT_LT(Date(1, 1, 100), 0.0);  // years from 100 on stay as given
-}
-
-TEST(TPDateTimeTest, DecodeDateInvertsDateKonvertOverItsWholeRange) {
     // 1 January 1897 is the first day that DateKonvert gives to one date only.
     const double first = Date(1, 1, 1897), last = Date(31, 12, 32767);
     EXPECT_EQ(first, -1094.0);
@@ -112,6 +66,46 @@ TEST(TPDateTimeTest, DecodeDateInvertsDateKonvertOverItsWholeRange) {
     }
     TPDateTime(36526.0).DecodeDate(nullptr, nullptr, nullptr);
     TPDateTime(0.5).DecodeTime(nullptr, nullptr, nullptr, nullptr);
+}
+
+TEST(TPDateTimeTest, FileDatePacksAsPublished) {
+    // Packed by Python's zipfile (the DOS date and time of a local header).
+    const std::pair<std::array<int, 6>, std::uint32_t> published[] = {
+        {{1980, 1, 1, 0, 0, 0}, 0x00210000},     {{2107, 12, 31, 23, 59, 58}, 0xFF9FBF7D},
+        {{2000, 2, 29, 12, 30, 44}, 0x285D63D6}, {{1999, 12, 31, 23, 59, 59}, 0x279FBF7D},
+        {{2100, 3, 1, 0, 0, 0}, 0xF0610000},     {{2038, 1, 19, 3, 14, 6}, 0x743319C3},
+    };
+    for (const auto& [f, packed] : published) {
+        const double date = Date(f[2], f[1], f[0]);
+        EXPECT_EQ(TPDateTime(date + DayFraction(f[3], f[4], f[5])).FileDate(), packed);
+        EXPECT_NEAR(FromFat(packed), date + DayFraction(f[3], f[4], f[5] & ~1), kTolerance);
+    }
+    EXPECT_NEAR(FromFat(0x01A1BF7D), DayFraction(23, 59, 58), kTolerance);  // month 13: no date
+    EXPECT_NEAR(FromFat(0x0021003F), Date(1, 1, 1980) + DayFraction(0, 2, 2), kTolerance);  // 62 s
+}
+
+TEST(TPDateTimeTest, DateKonvertQuirksAndTheLeapDaysOf1900And2100) {
+    // Years 0-89 are 2000-2089, 90-99 the 1990s, and every year below 90 counts (-1 is 1999).
+    // Only day or month below 1 and months past December give 0: 31 February runs into March.
+    const std::array<int, 6> cases[] = {
+        {1, 1, 0, 2000, 1, 1},      {1, 1, 89, 2089, 1, 1},    {1, 1, 90, 1990, 1, 1},
+        {31, 12, 99, 1999, 12, 31}, {1, 1, -1, 1999, 1, 1},    {0, 5, 2012, 0, 0, 0},
+        {5, 0, 2012, 0, 0, 0},      {-3, 5, 2012, 0, 0, 0},    {5, 13, 2012, 0, 0, 0},
+        {31, 2, 2012, 2012, 3, 2},  {31, 2, 2011, 2011, 3, 3}, {32, 1, 2012, 2012, 2, 1},
+    };
+    for (const auto& [dd, m, y, realY, realM, realD] : cases) {
+        const double real = realY ? PackageDay(year{realY} / realM / realD) : 0.0;
+        EXPECT_EQ(Date(dd, m, y), real) << dd << "." << m << "." << y;
+    }
+    EXPECT_LT(Date(1, 1, 100), 0.0);  // years from 100 on stay as given
+    // 1900 and 2100 are leap years here.
+    const double leap2100 = PackageDay(year{2100} / 3 / 1) - 1.0;
+    EXPECT_TRUE(Date(29, 2, 1900) == 60.0 && Date(29, 2, 2100) == leap2100);
+    EXPECT_EQ(Text(TPDateTime(60.0).String(40)) + Text(TPDateTime(leap2100).String(44)),
+              "29.02.19002100-02-29");
+    EXPECT_EQ(Read("2100-02-29", 44), leap2100);
+    EXPECT_EQ(TPDateTime(leap2100 + 0.5).FileDate(), 120u << 25 | 2u << 21 | 29u << 16 | 12u << 11);
+    EXPECT_EQ(FromFat(120u << 25 | 2u << 21 | 29u << 16), leap2100);
 }
 
 TEST(TPDateTimeTest, TimeKonvertAndDecodeTime) {
@@ -133,7 +127,7 @@ TEST(TPDateTimeTest, TimeKonvertAndDecodeTime) {
     EXPECT_NEAR(double(t), DayFraction(12, 30, 45, 50), 1e-15);
 }
 
-TEST(TPDateTimeTest, ByteStampsAreReadAsBinaryWhateverTheFlagPromises) {
+TEST(TPDateTimeTest, FlagConstructorsReadBytesAsBinaryAndNumbersAsFlags) {
     const unsigned char binary[] = {15, 7, 12, 10, 20, 30},
                         packed[] = {0x15, 7, 0x12, 0x10, 0x20, 0x30};
     const double july15 = Date(15, 7, 2012) + DayFraction(10, 20, 30);
@@ -151,9 +145,7 @@ TEST(TPDateTimeTest, ByteStampsAreReadAsBinaryWhateverTheFlagPromises) {
     const unsigned char lateHour[] = {1, 1, 20, 24, 0, 0}, high[] = {255, 255, 255, 255, 255, 255};
     EXPECT_EQ(double(TPDateTime(lateHour, 6, 42)), 1.0);
     EXPECT_NEAR(double(TPDateTime(high, 6, 33)), DayFraction(255, 255, 255), kTolerance);
-}
-
-TEST(TPDateTimeTest, IntegersAreReadAsFlags) {
+    // Whole numbers are read as flags too: 16 seconds, 32 days, 33 days from now.
     ClockPin pin;
     pin.Set(Date(15, 7, 2012) + 0.5, 600);  // the clock reads 12:01 on 15 July 2012
     const double date = Date(15, 7, 2012), time = DayFraction(12, 1, 0);
