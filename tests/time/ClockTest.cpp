@@ -48,7 +48,6 @@ TEST(ClockTest, TheCountedClockTheOffsetAndSetResetTime) {
     EXPECT_TRUE(CurrentDate() == kDay && CurrentDateTime() < kDay);
     SetUTCOffset(-3);
     EXPECT_NEAR(double(UTCTime()), 3.5 / 24 + 0.1 * Sekunde, kTolerance);
-    // SetResetTime.
     const double target = kDay + DayFraction(8, 0, 0);
     pin.Set(0.0, 600);
     ResetTimerUpdate = true;

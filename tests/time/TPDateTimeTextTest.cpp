@@ -72,7 +72,7 @@ TEST(TPDateTimeTextTest, TheTextConstructorReadsTheFormOfItsFlag) {
     EXPECT_EQ(double(t), PackageDay(year{2085} / 7 / 15));
 }
 
-TEST(TPDateTimeTextTest, FormsOfEveryFlag) {
+TEST(TPDateTimeTextTest, PrintingGivesTheFormOfEveryFlagAndReadingItGivesTheValueBack) {
     ClockPin pin;
     Sprache = 0;
     const TPDateTime t(Date(15, 7, 2012) + DayFraction(7, 5, 9, 67));
@@ -97,10 +97,6 @@ TEST(TPDateTimeTextTest, FormsOfEveryFlag) {
     EXPECT_EQ(Text(TPDateTime(Date(3, 3, 2012)).String(43)), "d2012Mar03 t000000");
     EXPECT_EQ(Text(TPDateTime(Date(3, 8, 2012)).FormatString(TPString("mmm mmmm d.m h:n:s"))),
               "Aug August 3.8 0:0:0");  // no English August: the German name
-}
-
-TEST(TPDateTimeTextTest, ReadingWhatWasPrintedGivesTheValueBack) {
-    ClockPin pin;
     for (int i = 0; i < 4000; ++i) {
         // Days spread over 1990-2088 (two-digit years read back for 1990-2089 only).
         const double date = PackageDay(year_month_day{sys_days{year{1990} / 1 / 1} + days{i * 9}});

@@ -1,5 +1,4 @@
-// Shared helpers of the date-time tests: the standard library's proleptic calendar as the oracle
-// of day counts, and a guard that pins the package clock and restores it afterwards.
+// Helpers of the date-time tests: the standard library's calendar as the oracle of day counts.
 #pragma once
 
 #include <tnpackage/tnpackage.h>
@@ -36,7 +35,6 @@ inline std::string Text(const tn::TPString& s) {
     return s.c_str() ? s.c_str() : "";
 }
 
-/// The text constructor's reading of `text` in the form of `flag`.
 inline double Read(const char* text, int flag) {
     return tn::TPDateTime(tn::TPString(text), flag);
 }
@@ -47,7 +45,6 @@ struct ClockPin {
         std::tie(tn::ZehntelTimer, tn::ResetTime, tn::ResetTimerUpdate, tn::Sprache) = saved;
         tn::SetUTCOffset(offsetHours);
     }
-    /// The counted clock reads `origin` plus `tenths` tenths of a second.
     void Set(double origin, int tenths) { tn::ResetTime = origin, tn::ZehntelTimer = tenths; }
     const std::tuple<std::int32_t, tn::TPDateTime, bool, int> saved{
         tn::ZehntelTimer, tn::ResetTime, tn::ResetTimerUpdate, tn::Sprache};
