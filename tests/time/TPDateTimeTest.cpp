@@ -21,7 +21,7 @@ double FromFat(std::uint32_t packed) {
     return t;
 }
 
-TEST(TPDateTimeTest, EveryDayOf1900To2107FollowsTheCalendarAndDecodeDateInvertsDateKonvert) {
+TEST(TPDateTimeTest, DayCountsDecodeDateAndFileDateFollowTheCalendarAndPublishedPackings) {
     int i = 0;
     for (sys_days d = sys_days{year{1900} / 1 / 1}; d <= sys_days{year{2107} / 12 / 31};
          d += days{1}, ++i) {
@@ -66,9 +66,7 @@ TEST(TPDateTimeTest, EveryDayOf1900To2107FollowsTheCalendarAndDecodeDateInvertsD
     }
     TPDateTime(36526.0).DecodeDate(nullptr, nullptr, nullptr);
     TPDateTime(0.5).DecodeTime(nullptr, nullptr, nullptr, nullptr);
-}
 
-TEST(TPDateTimeTest, FileDatePacksAsPublished) {
     // Packed by Python's zipfile (the DOS date and time of a local header).
     const std::pair<std::array<int, 6>, std::uint32_t> published[] = {
         {{1980, 1, 1, 0, 0, 0}, 0x00210000},     {{2107, 12, 31, 23, 59, 58}, 0xFF9FBF7D},
@@ -108,8 +106,8 @@ TEST(TPDateTimeTest, DateKonvertQuirksAndTheLeapDaysOf1900And2100) {
     EXPECT_EQ(FromFat(120u << 25 | 2u << 21 | 29u << 16), leap2100);
 }
 
-TEST(TPDateTimeTest, TimeKonvertAndDecodeTime) {
-    // Every time of day is read back by the print-then-parse test; here the edges.
+TEST(TPDateTimeTest, ClockFieldsByteStampsAndNumberFlags) {
+    // Clock fields (every time of day is read back by the print-then-parse test).
     TPDateTime t(40000.25);
     t.TimeKonvert(0, 0, 0, -1);
     EXPECT_EQ(double(t) + double(TPDateTime(36, 0, 0, 0)), 1.5);  // a day or more is accepted
@@ -120,18 +118,15 @@ TEST(TPDateTimeTest, TimeKonvertAndDecodeTime) {
     EXPECT_TRUE(h == 22 && m == 30 && s == 0);
     TPDateTime(41105.0 - 1e-9).DecodeTime(&h, &m, &s, &f);  // rounds to the next midnight
     EXPECT_EQ(h + m + s, 0);
-    const unsigned char packed[] = {0x12, 0x30, 0x45, 0x05};
-    t.SetVXCTime(packed);
+    const unsigned char vxc[] = {0x12, 0x30, 0x45, 0x05};  // packed decimal, tenths last
+    t.SetVXCTime(vxc);
     EXPECT_NEAR(double(t), DayFraction(12, 30, 45, 50), 1e-15);
-}
-
-TEST(TPDateTimeTest, FlagConstructorsReadBytesAsBinaryAndNumbersAsFlags) {
+    // Byte stamps: flags 33 and 161 decode packed decimal first, but keep the binary reading.
     const unsigned char binary[] = {15, 7, 12, 10, 20, 30},
                         packed[] = {0x15, 7, 0x12, 0x10, 0x20, 0x30};
     const double july15 = Date(15, 7, 2012) + DayFraction(10, 20, 30);
     EXPECT_NEAR(double(TPDateTime(reinterpret_cast<const char*>(binary), 6, 42)), july15,
                 kTolerance);
-    // Flags 33 and 161 decode packed decimal first, but the binary reading is what is kept.
     for (int flag : {33, 161}) {
         EXPECT_NEAR(double(TPDateTime(binary, 6, flag)), july15, kTolerance);
         EXPECT_NEAR(double(TPDateTime(packed, 6, flag)),
@@ -150,7 +145,6 @@ TEST(TPDateTimeTest, FlagConstructorsReadBytesAsBinaryAndNumbersAsFlags) {
     EXPECT_EQ(double(TPDateTime(90, 16)), 90 * Sekunde);
     EXPECT_EQ(double(TPDateTime(-3, PDateTimeFlag::Date)) + double(TPDateTime(5, 7)), -3.0);
     EXPECT_NEAR(double(TPDateTime(-1, 33)), date - 1 + time, kTolerance);
-    TPDateTime t;
     for (const auto& [n, expected] :
          {std::pair{16, time}, {32, date}, {33, date + time}, {17, 17.0}}) {
         t = n;
