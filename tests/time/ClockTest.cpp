@@ -14,7 +14,7 @@ namespace {
 
 const double kDay = Date(15, 7, 2012);
 
-TEST(ClockTest, StartUpValuesAndTheComputersClock) {
+TEST(ClockTest, StartUpValuesTheComputersAndTheCountedClockAndSetResetTime) {
     EXPECT_NEAR(UTCOffset(), 2.0 / 24, 1e-15);
     EXPECT_TRUE(LocalTimeEnabled && Text(TestDate.DateString()) == "15.05.2100");
     EXPECT_NEAR(Sekunde * 86400 + Minute * 1440 + Stunde * 24 + Tag, 4.0, 1e-15);
@@ -26,10 +26,6 @@ TEST(ClockTest, StartUpValuesAndTheComputersClock) {
     EXPECT_NEAR(double(Jetzt()), computer - std::floor(computer), 1.0 / 86400);
     ResetTime = kDay + 0.25;  // the date of ResetTime, counter running or not
     EXPECT_EQ(double(TPDateTime::CurrentDate()), kDay);
-}
-
-TEST(ClockTest, TheCountedClockTheOffsetAndSetResetTime) {
-    ClockPin pin;
     pin.Set(kDay + 0.5, 600);
     const double noon1 = DayFraction(12, 1, 0), utc = DayFraction(10, 1, 0);
     EXPECT_NEAR(double(TPDateTime::CurrentDateTime()), kDay + noon1, kTolerance);
@@ -78,8 +74,11 @@ TEST(ClockTest, MeasurementSlotsKeepTheLongestInterval) {
     MessTimeAllReset();  // all maxima go, the starts stay
     ZehntelTimer += 70;
     MessTimeStamp(3);
+    MessTimeStamp(9);
+    MessTimeReset(9);
     MessTimeStart(-1);  // slots outside 0-9 are ignored
     MessTimeStamp(10);
+    MessTimeReset(1000);
     EXPECT_NEAR(MaxMessTime(3) + MaxMessTime(9) + MaxMessTime(10), 7 * Sekunde, kTolerance);
 }
 

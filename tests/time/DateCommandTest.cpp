@@ -16,7 +16,6 @@ TEST(DateCommandTest, ReadsTextsAndFatDatesShowsTheClockAndRefusesBadUsage) {
         {"date --fat 0x3F9FBF7D", "0 31.12.2011 23:59:58 40908.999976852\n"},
         {"date --fat 0x100000000", "2 "},
         {"date 150712 x", "2 "},
-        {"date --now 150712 32", "2 "},
     };
     for (const auto& [arguments, expected] : runs) {
         const tn::test::ToolResult r = tn::test::RunTool(arguments);

@@ -16,9 +16,8 @@ namespace {
 TEST(TPDateTimeTextTest, TheTextConstructorReadsTheFormOfItsFlag) {
     ClockPin pin;
     Sprache = 0;
-    // Forms that printing never makes (printed ones are read back below) and texts that do not
-    // fit. Flag 0 stands for assignment, which picks the reading from the text's shape; 144,
-    // 150 and 161 read as 16, 22 and 33.
+    // Forms printing never makes, and misfits. Flag 0 stands for assignment, which picks the
+    // reading from the text's shape; 144, 150 and 161 read as 16, 22 and 33.
     const double kJul15 = PackageDay(year{2012} / 7 / 15), kMar2 = PackageDay(year{2012} / 3 / 2),
                  k0705 = DayFraction(7, 5, 0), k1230 = DayFraction(12, 30, 0),
                  k1h230 = DayFraction(1, 230, 0), k070509 = DayFraction(7, 5, 9),
@@ -74,21 +73,17 @@ TEST(TPDateTimeTextTest, PrintingGivesTheFormOfEveryFlagAndReadingItGivesTheValu
     EXPECT_EQ(forms,
               "070509|07:05|07:05:09|07:05:09|07:05:09.67|150712|150712070509|150712070509|"
               "120715|15.07.2012|d2012Jul15 t070509|2012-07-15|27F|||||");
-    EXPECT_EQ(Text(t.DateString()) + " " + Text(t.TimeString()), "15.07.2012 07:05:09");
-    // IGC short dates in base 36; rounding to a hundredth moves the date too; a negative time
-    // prints the clock before midnight.
+    // IGC short dates in base 36; rounding to a hundredth may move the date.
     EXPECT_EQ(Text(TPDateTime(Date(31, 12, 2019)).String(98)), "9CV");
     EXPECT_EQ(Text(TPDateTime(Date(29, 2, 2100)).String(98)), "02T");
     const TPDateTime late(Date(31, 12, 2011) + 1.0 - 1e-9);
     EXPECT_EQ(Text(late.String(33)) + " " + Text(late.String(24)), "010112000000 00:00:00.00");
-    EXPECT_EQ(Text(TPDateTime(-1.5 / 24).String(22)), "22:30:00");
+    EXPECT_EQ(Text(TPDateTime(-1.5 / 24).String(22)), "22:30:00");  // the clock before 0:00
     // FormatString: fields in either case, month names of the language, quoted text.
     EXPECT_EQ(Text(t.FormatString(TPString("d. mmmm yyyy, HH:NN:SS.ZZ 'Uhr' m/yy \"h\" mmm"))),
               "15. Juli 2012, 07:05:09.67 Uhr 7/12 h Jul");
     Sprache = 1;
     EXPECT_EQ(Text(TPDateTime(Date(3, 3, 2012)).String(43)), "d2012Mar03 t000000");
-    EXPECT_EQ(Text(TPDateTime(Date(3, 8, 2012)).FormatString(TPString("mmm mmmm d.m h:n:s"))),
-              "Aug August 3.8 0:0:0");  // no English August: the German name
     for (int i = 0; i < 4000; ++i) {
         // Days spread over 1990-2088 (two-digit years read back for 1990-2089 only).
         const double date = PackageDay(year_month_day{sys_days{year{1990} / 1 / 1} + days{i * 9}});
@@ -103,7 +98,6 @@ TEST(TPDateTimeTextTest, PrintingGivesTheFormOfEveryFlagAndReadingItGivesTheValu
             const TPString printed = TPDateTime(date + DayFraction(h, m, s, hs)).String(flag);
             const TPDateTime back(printed, flag);
             ASSERT_NEAR(double(back), kept, kTolerance) << flag << " " << Text(printed);
-            ASSERT_EQ(Text(back.String(flag)), Text(printed));
             TPDateTime assigned;
             assigned = printed;
             if (flag == 16 || flag == 34) continue;  // assignment reads six digits as DDMMYY

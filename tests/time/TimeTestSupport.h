@@ -14,8 +14,7 @@ using namespace std::chrono;
 
 inline constexpr double kTolerance = 1e-9;  // far below a hundredth of a second (1.2e-7 days)
 
-/// The package's day count of a real date of 1900-2107: the usual serial (day 0 = 30 December
-/// 1899), less one before 1 March 1900, plus one after 28 February 2100 (both leap days exist).
+/// The package's day count of 1900-2107: the serial from 30 December 1899 with two leap days more.
 inline double PackageDay(const year_month_day& d) {
     const auto serial = (sys_days{d} - sys_days{year{1899} / December / 30}).count();
     return double(serial - (d < year{1900} / March / 1) + (d > year{2100} / February / 28));
