@@ -117,22 +117,22 @@ TEST(TPDateTimeTest, ClockFieldsByteStampsAndNumberFlags) {
     const unsigned char vxc[] = {0x12, 0x30, 0x45, 0x05};  // packed decimal, tenths last
     t.SetVXCTime(vxc);
     EXPECT_NEAR(double(t), DayFraction(12, 30, 45, 50), 1e-15);
+    t.SetVXCTime(nullptr);
     // Byte stamps: flags 33 and 161 decode packed decimal first, but keep the binary reading.
-    const unsigned char binary[] = {15, 7, 12, 10, 20, 30},
+    const unsigned char bytes[] = {15, 7, 12, 10, 20, 30},
                         packed[] = {0x15, 7, 0x12, 0x10, 0x20, 0x30};
     const double july15 = Date(15, 7, 2012) + DayFraction(10, 20, 30);
-    EXPECT_NEAR(double(TPDateTime(reinterpret_cast<const char*>(binary), 6, 42)), july15,
+    EXPECT_NEAR(double(TPDateTime(reinterpret_cast<const char*>(bytes), 6, 42)), july15,
                 kTolerance);
     for (int flag : {33, 161}) {
-        EXPECT_NEAR(double(TPDateTime(binary, 6, flag)), july15, kTolerance);
+        EXPECT_NEAR(double(TPDateTime(bytes, 6, flag)), july15, kTolerance);
         EXPECT_NEAR(double(TPDateTime(packed, 6, flag)),
                     Date(21, 7, 2018) + DayFraction(16, 32, 48), kTolerance);
     }
-    const unsigned char* none = nullptr;
-    EXPECT_EQ(TPDateTime(binary, 6, 32) + TPDateTime(binary, 5, 42) + TPDateTime(none, 6, 42), 0);
-    // A time of a day or more keeps no date.
+    const unsigned char* no = nullptr;
+    EXPECT_EQ(t + TPDateTime(bytes, 6, 32) + TPDateTime(bytes, 5, 42) + TPDateTime(no, 6, 42), 0);
     const unsigned char lateHour[] = {1, 1, 20, 24, 0, 0}, high[] = {255, 255, 255, 255, 255, 255};
-    EXPECT_EQ(double(TPDateTime(lateHour, 6, 42)), 1.0);
+    EXPECT_EQ(double(TPDateTime(lateHour, 6, 42)), 1.0);  // 24 hours keep no date
     EXPECT_NEAR(double(TPDateTime(high, 6, 33)), DayFraction(255, 255, 255), kTolerance);
     // Whole numbers are read as flags too: 16 seconds, 32 days, 33 days from now.
     ClockPin pin;
