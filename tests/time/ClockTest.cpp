@@ -1,11 +1,9 @@
-// The package clock: the counted clock, the UTC offset, the clock members, SetResetTime, the
-// measurement slots and the start-up values.
+// The package clock: start-up values, the counted clock, the UTC offset and the measurement slots.
 #include <gtest/gtest.h>
 
 #include <tnpackage/tnpackage.h>
 
 #include <cmath>
-#include <string>
 
 #include "TimeTestSupport.h"
 
@@ -14,174 +12,74 @@ using namespace timetest;
 
 namespace {
 
-constexpr double kTolerance = 1e-9;
-
 const double kDay = Date(15, 7, 2012);
 
-TEST(ClockTest, StartUpValues) {
-    EXPECT_EQ(UTCOffset(), 2 * Stunde);
+TEST(ClockTest, StartUpValuesTheComputersAndTheCountedClockAndSetResetTime) {
     EXPECT_NEAR(UTCOffset(), 2.0 / 24, 1e-15);
-    EXPECT_EQ(double(TestDate), Date(15, 5, 2100));
-    EXPECT_TRUE(LocalTimeEnabled);
-    // ResetTime is the local time at package start, which was a moment ago.
+    EXPECT_TRUE(LocalTimeEnabled && Text(TestDate.DateString()) == "15.05.2100");
+    EXPECT_NEAR(Sekunde * 86400 + Minute * 1440 + Stunde * 24 + Tag, 4.0, 1e-15);
     ClockPin pin;
-    ZehntelTimer = 0;
-    EXPECT_NEAR(double(ResetTime), double(TPDateTime::CurrentDateTime()), 1.0 / 24);
-}
-
-TEST(ClockTest, DayFractionsAreBuiltFromTheClockFields) {
-    EXPECT_EQ(Sekunde, double(TPDateTime(0, 0, 1, 0)));
-    EXPECT_EQ(Minute, double(TPDateTime(0, 1, 0, 0)));
-    EXPECT_EQ(Stunde, double(TPDateTime(1, 0, 0, 0)));
-    EXPECT_EQ(Tag, 1.0);
-    EXPECT_NEAR(Sekunde * 86400, 1.0, 1e-15);
-    EXPECT_NEAR(Minute * 1440, 1.0, 1e-15);
-    EXPECT_NEAR(Stunde * 24, 1.0, 1e-15);
-}
-
-TEST(ClockTest, TheCountedClock) {
-    ClockPin pin;
-    ResetTime = kDay + 0.5;
-    ZehntelTimer = 600;
-    const double noonAndAMinute = kDay + DayFraction(12, 1, 0);
-    EXPECT_NEAR(double(TPDateTime::CurrentDateTime()), noonAndAMinute, kTolerance);
-    EXPECT_NEAR(double(TPDateTime::CurrentTime()), DayFraction(12, 1, 0), kTolerance);
-    EXPECT_EQ(double(TPDateTime::CurrentDate()), kDay);
-    // The free functions read the same present, with the offset of two hours.
-    EXPECT_NEAR(double(CurrentDateTime()), kDay + DayFraction(10, 1, 0), kTolerance);
-    EXPECT_EQ(double(CurrentDate()), kDay);
-    EXPECT_NEAR(double(UTCTime()), DayFraction(10, 1, 0), kTolerance);
-    EXPECT_EQ(double(CurrentTime()), double(UTCTime()));
-    EXPECT_NEAR(double(Jetzt()), DayFraction(12, 1, 0), kTolerance);
-    // The members do not wrap at midnight; the free functions do.
-    ResetTime = kDay + DayFraction(23, 59, 0);
-    EXPECT_NEAR(double(TPDateTime::CurrentTime()), DayFraction(24, 0, 0), kTolerance);
-    EXPECT_NEAR(double(Jetzt()), 0.0, kTolerance);
-    EXPECT_EQ(double(CurrentDate()), kDay + 1);
-}
-
-TEST(ClockTest, CurrentDateIsTheDateOfResetTimeEvenWithoutTheCounter) {
-    ClockPin pin;
-    ZehntelTimer = 0;
-    ResetTime = Date(1, 1, 2001) + 0.25;
-    EXPECT_EQ(double(TPDateTime::CurrentDate()), Date(1, 1, 2001));
-    // ... while the other readers take the computer's clock.
-    EXPECT_GT(double(TPDateTime::CurrentDateTime()), Date(1, 1, 2020));
-    EXPECT_GT(double(CurrentDate()), Date(1, 1, 2020));
+    ZehntelTimer = 0;  // ResetTime is the local time at package start, a moment ago
     const double computer = TPDateTime::CurrentDateTime();
+    EXPECT_NEAR(double(ResetTime), computer, 1.0 / 24);
     EXPECT_NEAR(double(CurrentDateTime()), computer - 2.0 / 24, 1.0 / 86400);
     EXPECT_NEAR(double(Jetzt()), computer - std::floor(computer), 1.0 / 86400);
-}
-
-TEST(ClockTest, OffsetIsSubtractedWithoutWrapping) {
-    ClockPin pin;
-    ResetTime = kDay + DayFraction(0, 30, 0);
-    ZehntelTimer = 1;
+    ResetTime = kDay + 0.25;  // the date of ResetTime, counter running or not
+    EXPECT_EQ(double(TPDateTime::CurrentDate()), kDay);
+    pin.Set(kDay + 0.5, 600);
+    const double noon1 = DayFraction(12, 1, 0), utc = DayFraction(10, 1, 0);
+    EXPECT_NEAR(double(TPDateTime::CurrentDateTime()), kDay + noon1, kTolerance);
+    EXPECT_NEAR(double(TPDateTime::CurrentTime()) + double(Jetzt()), 2 * noon1, kTolerance);
+    EXPECT_NEAR(double(CurrentDateTime()), kDay + utc, kTolerance);
+    EXPECT_NEAR(double(UTCTime()) + double(CurrentTime()), 2 * utc, kTolerance);
+    EXPECT_EQ(Text(CurrentDateTimeString()), "170712120100");  // two days ahead
+    // The members do not wrap at midnight; the free functions do.
+    ResetTime = kDay + DayFraction(23, 59, 0);
+    EXPECT_NEAR(double(TPDateTime::CurrentTime()), 1.0, kTolerance);
+    EXPECT_NEAR(double(Jetzt()), 0.0, kTolerance);
+    EXPECT_EQ(double(CurrentDate()), kDay + 1);
+    // The offset is subtracted without wrapping: after local midnight UTC is still yesterday.
+    pin.Set(kDay + DayFraction(0, 30, 0), 1);
     EXPECT_NEAR(double(UTCTime()), -1.5 / 24 + 0.1 * Sekunde, kTolerance);
-    EXPECT_EQ(double(CurrentDate()), kDay);
-    EXPECT_LT(double(CurrentDateTime()), kDay);  // the UTC date is still the day before
-    SetUTCOffset(1);
-    EXPECT_EQ(UTCOffset(), Stunde);
-    EXPECT_NEAR(UTCOffset(), 1.0 / 24, 1e-15);
+    EXPECT_TRUE(CurrentDate() == kDay && CurrentDateTime() < kDay);
     SetUTCOffset(-3);
     EXPECT_NEAR(double(UTCTime()), 3.5 / 24 + 0.1 * Sekunde, kTolerance);
-}
-
-TEST(ClockTest, CurrentDateTimeStringRunsTwoDaysAhead) {
-    ClockPin pin;
-    ResetTime = kDay + 0.5;
-    ZehntelTimer = 600;
-    EXPECT_EQ(std::string(CurrentDateTimeString().c_str()), "170712120100");
-}
-
-TEST(ClockTest, SetResetTimeOnResetTimeMakesTheClockReadIt) {
-    ClockPin pin;
-    ZehntelTimer = 600;
-    ResetTimerUpdate = true;
     const double target = kDay + DayFraction(8, 0, 0);
-    ResetTime.SetResetTime(target);
+    pin.Set(0.0, 600);
+    ResetTimerUpdate = true;
+    ResetTime.SetResetTime(target);  // on ResetTime itself: the clock reads the target now
     EXPECT_NEAR(double(TPDateTime::CurrentDateTime()), target, kTolerance);
     EXPECT_FALSE(ResetTimerUpdate);
-    ZehntelTimer = 610;
-    EXPECT_NEAR(double(TPDateTime::CurrentDateTime()), target + Sekunde, kTolerance);
-}
-
-TEST(ClockTest, SetResetTimeOnAnotherValueLeavesResetTimeUnlowered) {
-    ClockPin pin;
-    ZehntelTimer = 600;
-    ResetTimerUpdate = true;
-    const double target = kDay + DayFraction(8, 0, 0);
     TPDateTime other;
-    other.SetResetTime(target);
+    other.SetResetTime(target);  // on another value: ResetTime keeps the target unlowered
     EXPECT_EQ(double(ResetTime), target);
     EXPECT_NEAR(double(other), target - 60 * Sekunde, kTolerance);
-    EXPECT_FALSE(ResetTimerUpdate);
-    // A time of day alone gets the present local date.
-    ResetTime = kDay + 0.5;
-    ZehntelTimer = 600;
-    other.SetResetTime(0.25);
+    other.SetResetTime(0.25);  // a time of day alone gets the present local date
     EXPECT_EQ(double(ResetTime), kDay + 0.25);
-    ZehntelTimer = 0;
-    other.SetResetTime(0.25);
-    EXPECT_EQ(double(ResetTime), double(CurrentDate()) + 0.25);
-    EXPECT_GT(double(ResetTime), Date(1, 1, 2020));
 }
 
 TEST(ClockTest, MeasurementSlotsKeepTheLongestInterval) {
     ClockPin pin;
+    pin.Set(kDay + 0.5, 1);
     MessTimeAllReset();
-    ResetTime = kDay + 0.5;
-    ZehntelTimer = 1;
+    MessTimeStamp(9);  // slot 9 has no start yet: the stamp only starts it
     MessTimeStart(3);
-    ZehntelTimer += 50;
-    MessTimeStamp(3);
-    EXPECT_NEAR(MaxMessTime(3), 5 * Sekunde, kTolerance);
-    ZehntelTimer += 20;
-    MessTimeStamp(3);
-    EXPECT_NEAR(MaxMessTime(3), 5 * Sekunde, kTolerance);
-    ZehntelTimer += 100;
-    MessTimeStamp(3);
+    for (int step : {50, 20, 100}) {
+        ZehntelTimer += step;
+        MessTimeStamp(3);
+    }
+    MessTimeStamp(9);
     EXPECT_NEAR(MaxMessTime(3), 10 * Sekunde, kTolerance);
-    MessTimeReset(3);
-    EXPECT_EQ(MaxMessTime(3), 0.0);
-    // All maxima go, the starts stay: the next stamp measures from the last one.
-    MessTimeStart(4);
-    ZehntelTimer += 30;
-    MessTimeStamp(3);
-    MessTimeStamp(4);
-    EXPECT_GT(MaxMessTime(3), 0.0);
-    EXPECT_GT(MaxMessTime(4), 0.0);
-    MessTimeAllReset();
-    for (int slot = 0; slot < kMessTimeSlots; ++slot)
-        EXPECT_EQ(MaxMessTime(slot), 0.0);
+    EXPECT_NEAR(MaxMessTime(9), 17 * Sekunde, kTolerance);
+    MessTimeAllReset();  // all maxima go, the starts stay
     ZehntelTimer += 70;
-    MessTimeStamp(4);
-    EXPECT_NEAR(MaxMessTime(4), 7 * Sekunde, kTolerance);
-    // Slots outside 0-9 are ignored.
-    MessTimeStart(-1);
+    MessTimeStamp(3);
+    MessTimeStamp(9);
+    MessTimeReset(9);
+    MessTimeStart(-1);  // slots outside 0-9 are ignored
     MessTimeStamp(10);
     MessTimeReset(1000);
-    EXPECT_EQ(MaxMessTime(10), 0.0);
-    EXPECT_EQ(MaxMessTime(-1), 0.0);
-}
-
-TEST(ClockTest, AStampWithoutAPositiveStartOnlySetsTheStart) {
-    ClockPin pin;
-    MessTimeReset(9);
-    ResetTime = kDay + 0.5;
-    ZehntelTimer = 1;
-    MessTimeStamp(9);  // slot 9 is used by no other test: its start is still 0
-    EXPECT_EQ(MaxMessTime(9), 0.0);
-    ZehntelTimer += 40;
-    MessTimeStamp(9);
-    EXPECT_NEAR(MaxMessTime(9), 4 * Sekunde, kTolerance);
-    // Just after local midnight the UTC time of day is negative: no interval is taken.
-    MessTimeReset(8);
-    ResetTime = kDay + DayFraction(0, 10, 0);
-    MessTimeStart(8);
-    ZehntelTimer += 40;
-    MessTimeStamp(8);
-    EXPECT_EQ(MaxMessTime(8), 0.0);
+    EXPECT_NEAR(MaxMessTime(3) + MaxMessTime(9) + MaxMessTime(10), 7 * Sekunde, kTolerance);
 }
 
 }  // namespace
