@@ -2,61 +2,28 @@
 
 #include <gtest/gtest.h>
 
-#include <cmath>
 #include <limits>
-#include <string>
-#include <vector>
 
-using namespace tn;
+#include "support/WarningCapture.h"
 
-namespace {
-std::vector<std::string> warnings;
-void Record(TPString text) {
-    warnings.emplace_back(text.c_str() ? text.c_str() : "");
-}
+using tn::Round;
 
-struct Capture {
-    TPWarningHook previous = OnWarning;
-    Capture() {
-        warnings.clear();
-        OnWarning = &Record;
-    }
-    ~Capture() { OnWarning = previous; }
-};
-}  // namespace
-
-TEST(Rounding, WholeNumbersHalvesAwayFromZero) {
-    EXPECT_EQ(Round(2.4L, 1.0L), 2.0L);
-    EXPECT_EQ(Round(2.5L, 1.0L), 3.0L);
-    EXPECT_EQ(Round(3.5L, 1.0L), 4.0L);  // not to even
-    EXPECT_EQ(Round(-2.5L, 1.0L), -3.0L);
-    EXPECT_EQ(Round(-2.4L, 1.0L), -2.0L);
-    EXPECT_EQ(Round(0.49999999999999994L, 1.0L), 0.0L);
-    // Symmetric: a southern value rounds like its northern mirror.
-    for (long double x = -10.0L; x <= 10.0L; x += 0.125L) {
-        EXPECT_EQ(Round(-x, 1.0L), -Round(x, 1.0L)) << static_cast<double>(x);
-    }
-    // Beyond 2^63 there is no fraction left to round.
-    EXPECT_EQ(Round(1e20L, 1.0L), 1e20L);
-}
-
-TEST(Rounding, OtherSteps) {
+TEST(Rounding, HalvesAwayFromZeroAtAnyStepAndBadArguments) {
+    const long double cases[][3] = {
+        {2.5L, 1, 3},   {3.5L, 1, 4},      {-2.5L, 1, -3},
+        {-2.4L, 1, -2}, {1e20L, 1, 1e20L}, {17, 5, 15},
+        {17.5L, 5, 20}, {-17.5L, 5, -20},  {0.49999999999999994L, 1, 0}};
+    for (const auto& [value, step, expected] : cases)
+        EXPECT_EQ(Round(value, step), expected) << static_cast<double>(value);
     EXPECT_NEAR(static_cast<double>(Round(1.26L, 0.1L)), 1.3, 1e-12);
-    EXPECT_EQ(Round(17.0L, 5.0L), 15.0L);
-    EXPECT_EQ(Round(17.5L, 5.0L), 20.0L);
-    EXPECT_EQ(Round(-17.5L, 5.0L), -20.0L);
-}
-
-TEST(Rounding, BadArgumentsWarnAndKeepTheValue) {
-    Capture capture;
-    EXPECT_EQ(Round(2.7L, 0.0L), 2.7L);
-    EXPECT_EQ(Round(2.7L, -1.0L), 2.7L);
-    EXPECT_EQ(Round(2.7L, std::numeric_limits<long double>::quiet_NaN()), 2.7L);
-    ASSERT_EQ(warnings.size(), 3u);
-    EXPECT_EQ(warnings[0].rfind("Round: ung\xFCltige Schrittweite", 0), 0u);
-    warnings.clear();
-    EXPECT_EQ(Round(std::numeric_limits<long double>::quiet_NaN(), 1.0L), 0.0L);
-    EXPECT_TRUE(std::isinf(Round(std::numeric_limits<long double>::infinity(), 1.0L)));
-    ASSERT_EQ(warnings.size(), 2u);
-    EXPECT_EQ(warnings[0].rfind("Round: ung\xFCltiger Wert", 0), 0u);
+    tn::test::WarningCapture warnings;
+    constexpr long double kNaN = std::numeric_limits<long double>::quiet_NaN();
+    constexpr long double kInf = std::numeric_limits<long double>::infinity();
+    for (long double step : {0.0L, -1.0L, kNaN, kInf})
+        EXPECT_EQ(Round(2.7L, step), 2.7L) << static_cast<double>(step);
+    EXPECT_EQ(Round(kNaN, 1.0L), 0.0L);
+    EXPECT_EQ(Round(kInf, 1.0L), kInf);
+    ASSERT_EQ(warnings.Texts().size(), 6u);
+    EXPECT_EQ(warnings.Texts()[0].rfind("Round: ung\xFCltige Schrittweite", 0), 0u);
+    EXPECT_EQ(warnings.Texts()[5].rfind("Round: ung\xFCltiger Wert", 0), 0u);
 }
