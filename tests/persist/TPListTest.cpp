@@ -13,8 +13,7 @@ void Fill(tn::TPList& list, int n) {
     for (int i = 0; i < n; ++i)
         list.Add(&slots[i]);
 }
-// The entries as slot numbers.
-Ids Entries(const tn::TPList& list) {
+Ids Entries(const tn::TPList& list) {  // as slot numbers
     Ids out;
     for (int i = 0; i < list.Count; ++i)
         out.push_back(static_cast<int*>(list.Items[i]) - slots);
@@ -22,16 +21,13 @@ Ids Entries(const tn::TPList& list) {
 }
 
 TEST(TPList, GrowsByTenSlotsAndInsertsInOrder) {
-    EXPECT_EQ(tn::TPList().Capacity, 0);
-    for (int n : {1, 11, 21}) {
-        tn::TPList list;
-        Fill(list, n);
-        EXPECT_EQ(list.Capacity, n + 9);
-    }
-    tn::TPList five(5), full(4);
+    tn::TPList empty, one, eleven, five(5), full(4);
+    Fill(one, 1);
+    Fill(eleven, 11);
     Fill(five, 5);
     EXPECT_EQ(five.Add(&slots[5]), 5);
-    EXPECT_EQ(five.Capacity, 15);
+    EXPECT_EQ((Ids{empty.Capacity, one.Capacity, eleven.Capacity, five.Capacity}),
+              (Ids{0, 10, 20, 15}));
     Fill(full, 4);  // inserting into a full list grows it by ten and keeps the order
     EXPECT_EQ(full.Insert(2, &slots[9]), 2);
     EXPECT_EQ(full.Capacity, 14);
@@ -59,27 +55,22 @@ TEST(TPList, MoveSwapDeleteAndClear) {
     EXPECT_EQ(Entries(list), (Ids{4, 3, 0, 2}));
     EXPECT_EQ(list.Items[4], &slots[2]);
     EXPECT_EQ(list.IndexOf(&slots[7]), -1);
-    list.Delete();  // the record's deletion: nothing for a list in ordinary memory
     list.Clear();
     EXPECT_EQ(std::vector<void*>(list.Items, list.Items + 10), std::vector<void*>(10));
     EXPECT_EQ(list.Add(&slots[5]), 0);
-}
 
-TEST(TPList, OutOfRangeArgumentsChangeNothing) {
-    tn::TPList list, empty, negative(-3);
-    Fill(list, 3);
-    list.Move(-1, 1);
-    list.Move(0, 3);
-    list.Swap(0, 3);
-    list.Swap(-2, 1);
-    list.Delete(3);
-    list.Delete(-1);
+    // Out-of-range arguments change nothing.
+    for (auto [from, to] : {std::pair{-1, 0}, {0, 1}, {0, -2}}) {
+        list.Move(from, to);
+        list.Swap(from, to);
+        list.Delete(from + to);
+    }
     list.SetCapacity(2);
     EXPECT_EQ(list.Insert(-1, &slots[9]), -1);
-    EXPECT_EQ(Entries(list), (Ids{0, 1, 2}));
+    EXPECT_EQ(Entries(list), (Ids{5}));
     EXPECT_EQ(list.Capacity, 10);
-    empty.Delete(0);
-    EXPECT_EQ(empty.Count + negative.Capacity + negative.Add(&slots[1]), 0);
+    tn::TPList negative(-3);
+    EXPECT_EQ(negative.Capacity + negative.Add(&slots[1]), 0);
 }
 
 }  // namespace
