@@ -8,8 +8,11 @@
 #include <cstring>
 #include <fstream>
 #include <iterator>
+#include <memory>
+#include <random>
 
 #include "support/DeviceWindow.h"
+#include "support/RunTool.h"
 #include "support/Scratch.h"
 #include "support/WarningCapture.h"
 
@@ -111,11 +114,9 @@ TEST(TPSaveList, ElementsOutsideEveryWindowGetNoAddressAndAWarning) {
 }
 
 TEST(TPSaveList, RelocationInBothOrdersLeavesNullEntriesNull) {
-    DeviceWindow w(0x00600000, 0x200);  // the lists' table at 0x600000, another at 0x600040
-    Bytes tables = Le32s({0x00600100, 0, 0x00600110});
-    tables.resize(0x40);
-    tables = Le32s({0x00600100, 0, 0x00600120}, tables);
-    std::memcpy(w.At(0x00600000), tables.data(), tables.size());
+    DeviceWindow w(0x00600000, 0x200);
+    for (std::uint32_t at : {0x00600000u, 0x00600040u})  // the lists' table, and another
+        std::memcpy(w.At(at), Le32s({0x00600100, 0, at + 0x110}).data(), 12);
     auto table = [&](std::uint32_t at) { return w.Range(at, at + 12); };
     TPSaveList moved, prepared;
     for (int i = 0; i < 3; ++i) {
@@ -126,10 +127,10 @@ TEST(TPSaveList, RelocationInBothOrdersLeavesNullEntriesNull) {
 
     moved.SetOffset(0x40);  // the table already stands at the new place: changed there
     EXPECT_EQ(moved.TableAddress, 0x00600040u);
-    EXPECT_EQ(table(0x00600040), Le32s({0x00600140, 0, 0x00600160}));
+    EXPECT_EQ(table(0x00600040), Le32s({0x00600140, 0, 0x00600190}));
     EXPECT_EQ(table(0x00600000), Le32s({0x00600100, 0, 0x00600110}));
     EXPECT_EQ(std::vector<void*>(moved.Items, moved.Items + 3),
-              (std::vector<void*>{w.At(0x00600140), nullptr, w.At(0x00600160)}));
+              (std::vector<void*>{w.At(0x00600140), nullptr, w.At(0x00600190)}));
     prepared.SetExternOffset(-0x1000);  // changed where it is, for an image placed elsewhere
     EXPECT_EQ(prepared.TableAddress, 0x005FF000u);
     EXPECT_EQ(table(0x00600000), Le32s({0x005FF100, 0, 0x005FF110}));
@@ -175,11 +176,123 @@ TEST(TPSaveList, SaveHeaderWrites512Bytes) {
     expected.resize(512, 0xFF);
     std::ifstream in(path, std::ios::binary);
     EXPECT_EQ(Bytes(std::istreambuf_iterator<char>(in), {}), expected);
-    expected.push_back(0x11);
-    EXPECT_EQ(Bytes(buffer.begin(), buffer.begin() + 513), expected);
+    EXPECT_EQ(Bytes(buffer.begin(), buffer.begin() + 512), expected);
     // A text too long for the header is cut before its end; a bad handle gives -1.
     EXPECT_EQ(TPSaveList().SaveHeader(-1, buffer.data(), 0, std::string(600, 'x').c_str()), -1);
-    EXPECT_EQ(Bytes(buffer.begin() + 510, buffer.begin() + 512), (Bytes{'x', 0}));
+    EXPECT_EQ((Bytes{buffer[510], buffer[511], buffer[512]}), (Bytes{'x', 0, 0x11}));
+}
+
+using Offsets = std::vector<std::ptrdiff_t>;
+
+// Notes where the records it is handed start and end, and reads each one completely, so that a
+// record reaching past its region shows up under the address sanitizer.
+struct Collector : tn::TPSaveList {
+    const unsigned char* base = nullptr;
+    Offsets seen, ends;
+    int AddData(tn::TPSaveObject* r) override {
+        const auto* bytes = reinterpret_cast<const unsigned char*>(r);
+        const std::vector<unsigned char> copy(bytes, bytes + r->Size);
+        seen.push_back(bytes - base);
+        ends.push_back(seen.back() + static_cast<std::ptrdiff_t>(copy.size()));
+        return 1;
+    }
+};
+
+// A record header of type 5, little-endian.
+using Word = unsigned long;
+void PutRecord(unsigned char* p, Word size, Word version, Word stride, Word state, Word sum = 0) {
+    for (Word word : {0x4B5Aul, size, 5ul, version, stride, state, sum, 0xFFFFul}) {
+        *p++ = static_cast<unsigned char>(word);
+        *p++ = static_cast<unsigned char>(word >> 8);
+    }
+}
+
+TEST(LoadObject, StepsAsTheRecordsSayWithOrWithoutTheRegionsEnd) {
+    std::vector<unsigned char> region(144, 0);
+    PutRecord(&region[0], 40, 1, 0xFFFF, 0x7FFF);  // live, stride unset: the size is the step
+    PutRecord(&region[40], 20, 1, 24, 0x3FFF);     // deleted, padded to 24
+    PutRecord(&region[96], 32, 2, 0, 0x1555);      // live again; stride 0: the size is the step
+    PutRecord(&region[128], 0, 1, 0, 0x7FFF);      // size and stride 0: 4 bytes, never 0
+    // offset, minimum version, handed to AddData, next offset; 64 to 95 is zeros (version 0).
+    const std::tuple<std::ptrdiff_t, int, bool, std::ptrdiff_t> steps[] = {
+        {0, 1, true, 40},   {40, 1, false, 64}, {64, 1, false, 68},
+        {64, 0, false, 68}, {96, 1, true, 128}, {128, 1, true, 132}};
+    for (bool bounded : {false, true}) {
+        Collector c;
+        c.base = region.data();
+        for (auto [at, minimum, live, next] : steps) {
+            auto* cursor = reinterpret_cast<unsigned short*>(&region[static_cast<std::size_t>(at)]);
+            EXPECT_EQ(bounded ? c.LoadObject(cursor, region.data() + region.size(), minimum)
+                              : c.LoadObject(cursor, minimum),
+                      live);
+            EXPECT_EQ(reinterpret_cast<unsigned char*>(cursor) - region.data(), next) << at;
+        }
+        EXPECT_EQ(c.seen, (Offsets{0, 96, 128}));
+    }
+    Collector c;  // whole regions (a scan through zeros would land inside the record at 96)
+    EXPECT_EQ(c.LoadRegion(region.data(), 64, 1) + c.LoadRegion(&region[96], 48, 1), 3);
+}
+
+TEST(LoadObject, StaysInsideItsRegion) {
+    const std::size_t n = 48;  // an exactly sized block: any read past it is caught
+    const auto block = std::make_unique<unsigned char[]>(n);
+    const unsigned char* end = block.get() + n;
+    Collector c;
+    c.base = block.get();
+    for (Word size : {200ul, 40ul}) {  // claims more than there is; fits, then a short tail
+        PutRecord(block.get(), size, 1, size, 0x7FFF);
+        auto* cursor = reinterpret_cast<unsigned short*>(block.get());
+        EXPECT_EQ(c.LoadObject(cursor, end, 1), size == 40);
+        EXPECT_FALSE(c.LoadObject(cursor, end, 1));
+        EXPECT_EQ(reinterpret_cast<unsigned char*>(cursor), end);
+    }
+    unsigned short* none = nullptr;
+    EXPECT_FALSE(c.LoadObject(none, end, 1) || c.LoadObject(none, 1));
+    EXPECT_EQ(c.LoadRegion(nullptr, 10, 1), 0);
+    EXPECT_EQ(c.ends, Offsets{40});
+}
+
+TEST(LoadObject, ScansRandomBytesSafely) {
+    std::mt19937 random(20240611);
+    for (int round = 0; round < 300; ++round) {
+        const std::size_t n = 1 + random() % 600;
+        const auto block = std::make_unique<unsigned char[]>(n);
+        for (std::size_t i = 0; i < n; ++i)
+            block[i] = static_cast<unsigned char>(random());
+        for (std::size_t at = 0; at + 16 <= n; at += 4 + 4 * (random() % 8)) {
+            if (random() % 3 == 0)  // plausible headers among the noise
+                PutRecord(&block[at], random() % 300, random() % 3,
+                          random() % 2 ? random() % 64 : 0xFFFF, random() & 0xFFFF);
+        }
+        Collector c;
+        c.base = block.get();
+        const std::size_t skew = random() % 2;  // odd starts as well
+        const int handed = c.LoadRegion(block.get() + skew, n - skew, 1);
+        EXPECT_EQ(handed, static_cast<int>(c.seen.size()));
+        for (std::ptrdiff_t e : c.ends)
+            EXPECT_LE(e, static_cast<std::ptrdiff_t>(n));
+    }
+}
+
+TEST(RecordsCommand, ListsTheLiveRecordsOfAFile) {
+    std::vector<unsigned char> image(89, 0);
+    PutRecord(&image[0], 25, 1, 28, 0x7FFF, 0x31C3);  // CRC-16/XMODEM of "123456789"
+    PutRecord(&image[28], 25, 1, 28, 0x3FFF);
+    PutRecord(&image[56], 25, 3, 0xFFFF, 0x7FFF, 0x1234);
+    std::memcpy(&image[16], "123456789", 9);
+    std::memcpy(&image[72], "123456789", 9);
+    const std::string path = (tn::test::ScratchFolder() / "records.bin").string();
+    std::ofstream(path, std::ios::binary)
+        .write(reinterpret_cast<const char*>(image.data()), static_cast<long>(image.size()));
+    const std::string heading = "offset       type  version   size  stride  state   checksum\n";
+    EXPECT_EQ(tn::test::RunTool("records '" + path + "'").output,
+              heading +
+                  "0x00000000      5        1     25  0x001C  0x7FFF  valid\n"
+                  "0x00000038      5        3     25  0xFFFF  0x7FFF  invalid\n");
+    EXPECT_EQ(tn::test::RunTool("records '" + path + "' --min-version 4").output, heading);
+    EXPECT_EQ(tn::test::RunTool("records").status, 2);
+    EXPECT_EQ(tn::test::RunTool("records '" + path + "' --min-version x").status, 2);
+    EXPECT_EQ(tn::test::RunTool("records '" + path + ".missing'").status, 1);
 }
 
 }  // namespace
