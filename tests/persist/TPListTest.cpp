@@ -70,7 +70,7 @@ TEST(TPList, MoveSwapDeleteAndClear) {
     EXPECT_EQ(Entries(list), (Ids{5}));
     EXPECT_EQ(list.Capacity, 10);
     tn::TPList negative(-3);
-    EXPECT_EQ(negative.Capacity + negative.Add(&slots[1]), 0);
+    EXPECT_EQ((Ids{negative.Capacity, negative.Add(&slots[1])}), (Ids{0, 0}));
 }
 
 }  // namespace
