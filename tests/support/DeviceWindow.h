@@ -1,5 +1,5 @@
-// A zero-filled host block mapped at a device address while it lives, with a writer that stores
-// into it at device addresses.
+// A host block mapped at a device address while it lives, with a writer that stores into it at
+// device addresses.
 #pragma once
 
 #include <tnpackage/tnpackage.h>
@@ -21,22 +21,14 @@ class DeviceWindow {
     DeviceWindow(const DeviceWindow&) = delete;
     DeviceWindow& operator=(const DeviceWindow&) = delete;
 
-    bool Mapped() const { return mapped_; }
     unsigned char* At(std::uint32_t device) { return bytes_.data() + (device - base_); }
     char* CharAt(std::uint32_t device) { return reinterpret_cast<char*>(At(device)); }
-    std::vector<unsigned char>& Bytes() { return bytes_; }
+    std::vector<unsigned char> Range(std::uint32_t from, std::uint32_t to) {
+        return {At(from), At(to)};
+    }
     TPWriter Writer() {
-        return [this](int address, char byte) {
-            *At(static_cast<std::uint32_t>(address)) = static_cast<unsigned char>(byte);
-        };
-    }
-    std::uint32_t Le32(std::uint32_t device) {
-        const unsigned char* p = At(device);
-        return p[0] | p[1] << 8 | p[2] << 16 | static_cast<std::uint32_t>(p[3]) << 24;
-    }
-    void PutLe32(std::uint32_t device, std::uint32_t v) {
-        for (int i = 0; i < 4; ++i)
-            At(device)[i] = static_cast<unsigned char>(v >> (8 * i));
+        return
+            [this](int address, char byte) { *CharAt(static_cast<std::uint32_t>(address)) = byte; };
     }
 
   private:

@@ -3,171 +3,96 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <tuple>
 #include <vector>
 
 namespace {
 
 using tn::TPString;
 using tn::TPStringList;
+using Ints = std::vector<int>;
 
-std::vector<std::string> Items(const TPStringList& list) {
-    std::vector<std::string> out;
-    for (int i = 0; i < list.Count; ++i) {
-        const char* s = list.Items[i].c_str();
-        out.emplace_back(s != nullptr ? s : "");
-    }
+// The fields, each in brackets.
+std::string Fields(const TPStringList& list) {
+    std::string out;
+    for (int i = 0; i < list.Count; ++i)
+        out +=
+            "[" + std::string(list.Items[i].c_str() != nullptr ? list.Items[i].c_str() : "") + "]";
     return out;
 }
 
-using Fields = std::vector<std::string>;
-
-TEST(TPStringList, SplitsAtACharacter) {
-    EXPECT_EQ(Items(TPStringList("a,,b", ',')), (Fields{"a", "", "b"}));
-    EXPECT_EQ(Items(TPStringList("a,,b", ',', true)), (Fields{"a", "b"}));
-    EXPECT_EQ(Items(TPStringList("a,,b", ',', false)), (Fields{"a", "", "b"}));
-    EXPECT_EQ(Items(TPStringList(" a , b ,", ',')), (Fields{"a", "b"}));
-    EXPECT_EQ(Items(TPStringList("   ", ',')), Fields{});
-    EXPECT_EQ(Items(TPStringList("", ',')), Fields{});
-    EXPECT_EQ(Items(TPStringList(",a", ',')), (Fields{"", "a"}));
-    EXPECT_EQ(Items(TPStringList("one", ',')), (Fields{"one"}));
-    // Non-breaking spaces (160) are trimmed as well.
-    EXPECT_EQ(Items(TPStringList("\xA0x\xA0;y", ';')), (Fields{"x", "y"}));
-    // Several blanks between words: one separation with SetExt.
-    EXPECT_EQ(Items(TPStringList("B   1234  ZK", ' ', true)), (Fields{"B", "1234", "ZK"}));
-    EXPECT_EQ(Items(TPStringList("B   1234", ' ')), (Fields{"B", "", "", "1234"}));
-
-    // The capacity is the number of delimiters plus one; a new split clears the old fields.
-    TPStringList list("a;b;c;", ';');
+TEST(TPStringList, SplitsAtACharacterOrASeparator) {
+    // text, delimiter, extended (SetExt), fields; 160 (no-break space) is a blank too
+    // clang-format off
+    const std::tuple<const char*, char, bool, const char*> byCharacter[] = {
+        {"a,,b", ',', false, "[a][][b]"}, {"a,,b", ',', true, "[a][b]"}, {"   ", ',', false, ""},
+        {" a , b ,", ',', false, "[a][b]"}, {",a", ',', false, "[][a]"},
+        {"\xA0x\xA0;y", ';', false, "[x][y]"}, {"B   1234", ' ', false, "[B][][][1234]"},
+        {"B   1234  ZK", ' ', true, "[B][1234][ZK]"}};
+    const std::tuple<const char*, const char*, const char*> bySeparator[] = {
+        {"a :: b::::c", "::", "[a][b][][c]"}, {"a::b::", "::", "[a][b]"}, {"ab", "", "[ab]"},
+        {" ", "::", ""}, {"aXb", "x", "[aXb]"}};
+    // clang-format on
+    for (const auto& [text, delimiter, extended, fields] : byCharacter)
+        EXPECT_EQ(Fields(TPStringList(text, delimiter, extended)), fields) << text;
+    for (const auto& [text, separator, fields] : bySeparator)
+        EXPECT_EQ(Fields(TPStringList(text, TPString(separator))), fields) << text;
+    TPStringList list("a;b;c;", ';');  // capacity: delimiters + 1; a new split starts afresh
     EXPECT_EQ(list.Capacity, 4);
     list.Set("x", ';');
-    EXPECT_EQ(Items(list), Fields{"x"});
-    EXPECT_EQ(list.Type, 3);
-    EXPECT_EQ(list.Size, 20);
-    EXPECT_EQ(list.Version, 1);
+    EXPECT_EQ(Fields(list), "[x]");
 }
 
-TEST(TPStringList, SplitsAtASeparator) {
-    EXPECT_EQ(Items(TPStringList("a :: b::::c", TPString("::"))), (Fields{"a", "b", "", "c"}));
-    EXPECT_EQ(Items(TPStringList("a::b::", TPString("::"))), (Fields{"a", "b"}));
-    EXPECT_EQ(Items(TPStringList("ab", TPString(""))), Fields{"ab"});
-    EXPECT_EQ(Items(TPStringList(" ", TPString("::"))), Fields{});
-    EXPECT_EQ(Items(TPStringList("aXb", TPString("x"))), Fields{"aXb"});  // case-sensitive
-}
-
-TEST(TPStringList, GrowsByTenAndKeepsItsStringsWhenItGrows) {
+TEST(TPStringList, GrowsEditsSearchesAndJoins) {
     TPStringList list;
-    EXPECT_EQ(list.Capacity, 10);
-    EXPECT_EQ(list.Count, 0);
+    EXPECT_EQ((Ints{list.Type, list.Size, list.Version, list.Capacity}), (Ints{3, 20, 1, 10}));
     for (int i = 0; i < 10; ++i)
-        EXPECT_EQ(list.Add(TPString(i)), i);
+        list.Add(TPString(i));
     const char* first = list.Items[0].c_str();
-    EXPECT_EQ(list.Add("ten"), 10);
+    EXPECT_EQ(list.Add("B"), 10);
     EXPECT_EQ(list.Capacity, 20);
     EXPECT_EQ(list.Items[0].c_str(), first);  // moved, not copied
-    EXPECT_STREQ(list.Items[10].c_str(), "ten");
-    EXPECT_EQ(list.Items[11].c_str(), nullptr);
-
-    TPStringList sized(3);
-    EXPECT_EQ(sized.Capacity, 3);
-    sized.Add("a");
-    sized.Add("b");
-    sized.SetCapacity(1);  // shrinking releases what no longer fits
-    EXPECT_EQ(Items(sized), Fields{"a"});
-}
-
-TEST(TPStringList, InsertDeleteClearAndSearch) {
-    TPStringList list("a,b,c", ',');
-    list.Insert(1, "x");
-    EXPECT_EQ(Items(list), (Fields{"a", "x", "b", "c"}));
-    list.Insert(9, "end");
-    list.Insert(-1, "never");
-    EXPECT_EQ(Items(list), (Fields{"a", "x", "b", "c", "end"}));
-    list.Delete(0);
-    list.Delete(7);
-    list.Delete(-1);
-    EXPECT_EQ(Items(list), (Fields{"x", "b", "c", "end"}));
+    list.SetCapacity(3);                      // shrinking releases what no longer fits
+    for (int at : {1, 9, -1})
+        list.Insert(at, at == 1 ? "x" : "B");
+    for (int at : {0, 7, -1})
+        list.Delete(at);
+    EXPECT_EQ(Fields(list), "[x][1][2][B]");
     EXPECT_EQ(list.Items[list.Count].c_str(), nullptr);
-
-    EXPECT_EQ(list.IndexOf("B"), 1);  // without regard to case by default
     tn::TPString::CaseSensitive = true;
-    EXPECT_EQ(list.IndexOf("B"), -1);
+    const int sensitive = list.IndexOf("b");
     tn::TPString::CaseSensitive = false;
-    EXPECT_EQ(list.IndexOf("zz"), -1);
-    EXPECT_STREQ(list.String(2).c_str(), "c");
-    EXPECT_EQ(list.String(4).c_str(), nullptr);
+    EXPECT_EQ((Ints{list.IndexOf("b"), sensitive}), (Ints{3, -1}));
     EXPECT_NE(list.String(2).c_str(), list.Items[2].c_str());  // a copy
-
-    const int capacity = list.Capacity;
-    list.Clear();
-    EXPECT_EQ(list.Count, 0);
-    EXPECT_EQ(list.Capacity, capacity);
-    EXPECT_EQ(list.Add("again"), 0);
-
-    // Many inserts at the front, through several growths.
-    TPStringList front;
-    for (int i = 0; i < 25; ++i)
-        front.Insert(0, TPString(i));
-    EXPECT_EQ(front.Count, 25);
-    EXPECT_STREQ(front.Items[0].c_str(), "24");
-    EXPECT_STREQ(front.Items[24].c_str(), "0");
-}
-
-TEST(TPStringList, JoinsAndCopies) {
-    TPStringList list("a,b,c", ',');
-    EXPECT_STREQ(list.Text(",").c_str(), "a,b,c");
-    EXPECT_STREQ(list.Text(" - ").c_str(), "a - b - c");
+    EXPECT_EQ(list.String(4).c_str(), nullptr);
+    EXPECT_STREQ(list.Text(" - ").c_str(), "x - 1 - 2 - B");
     EXPECT_EQ(TPStringList().Text(",").c_str(), nullptr);
-    EXPECT_STREQ(TPStringList("a,,b", ',').Text("|").c_str(), "a||b");
 
-    TPStringList copy;
-    copy.Add("old");
-    copy = list;
-    EXPECT_EQ(Items(copy), (Fields{"a", "b", "c"}));
-    copy = copy;
-    EXPECT_EQ(Items(copy), (Fields{"a", "b", "c"}));
-    TPStringList constructed(list);
-    EXPECT_EQ(Items(constructed), (Fields{"a", "b", "c"}));
-
-    TPStringList host;
-    host = std::vector<std::string>{"eins", "",
-                                    "gr\xF6\xDF"
-                                    "e"};
-    EXPECT_EQ(Items(host), (Fields{"eins", "",
-                                   "gr\xF6\xDF"
-                                   "e"}));
+    TPStringList copy(list), assigned;
+    assigned = std::vector<std::string>{"eins", "", "W\xE4rme"};
+    EXPECT_EQ(Fields(assigned), "[eins][][W\xE4rme]");
+    assigned = copy = copy;
+    EXPECT_EQ(Fields(assigned), Fields(list));
+    assigned.Clear();
+    EXPECT_EQ((Ints{assigned.Count, assigned.Capacity, assigned.Add("a")}), (Ints{0, 10, 0}));
 }
 
-TEST(TPStringTable, HoldsCopiesOfLinesAndJoinsThem) {
+TEST(TPStringTable, AndArrayJoinColumnsAndLines) {
     tn::TPStringTable table;
-    EXPECT_EQ(table.Type, 0);
-    EXPECT_EQ(table.Size, 20);
     TPStringList line("a,b", ',');
     EXPECT_EQ(table.AddLine(line), 0);
     line.Set("c,d,e", ',');
     EXPECT_EQ(table.AddLine(line), 1);
-    line.Clear();
-    EXPECT_EQ(table.LineCount(), 2);
-    EXPECT_EQ(Items(*table.Line(0)), (Fields{"a", "b"}));
+    line.Clear();  // the table holds copies
     EXPECT_EQ(table.Line(2), nullptr);
     EXPECT_STREQ(table.Text(";", "\r\n").c_str(), "a;b\r\nc;d;e");
-    table.Clear();
-    EXPECT_EQ(table.Text(";", "\n").c_str(), nullptr);
-}
-
-TEST(TPStringArray, IsAFixedGrid) {
-    tn::TPStringArray empty;
-    EXPECT_EQ(empty.Rows, 0);
-    EXPECT_EQ(empty.Line(0), nullptr);
-    tn::TPStringArray grid(2, 3);
-    EXPECT_EQ(grid.Type, 0);
-    EXPECT_EQ(grid.Size, 20);
-    ASSERT_NE(grid.Line(1), nullptr);
-    EXPECT_EQ(grid.Line(1)->Count, 3);
+    tn::TPStringArray grid(2, 3), empty;
+    EXPECT_EQ((Ints{table.Type, table.Size, grid.Type, grid.Size, grid.Version}),
+              (Ints{0, 20, 0, 20, 1}));
     grid.Line(0)->Items[0] = "x";
     grid.Line(1)->Items[2] = "y";
     EXPECT_STREQ(grid.Text(",", "/").c_str(), "x,,/,,y");
-    EXPECT_EQ(grid.Line(2), nullptr);
-    EXPECT_EQ(grid.Line(-1), nullptr);
+    EXPECT_TRUE(grid.Line(2) == nullptr && grid.Line(-1) == nullptr && empty.Line(0) == nullptr);
 }
 
 }  // namespace
