@@ -4,15 +4,11 @@
 
 #include <climits>
 
-using namespace tn;
+#include "TextTestHelpers.h"
 
-namespace {
-TPString Owned(const char* s) {
-    TPString t;
-    t = s;
-    return t;
-}
-}  // namespace
+using namespace tn;
+using test::Owned;
+using test::Text;
 
 TEST(TPStringNumbers, ToIntDefSkipsBlanksAndSignsAndReadsHex) {
     EXPECT_EQ(Owned("  -12").ToIntDef(7), -12);

@@ -6,18 +6,11 @@
 
 #include "support/WarningCapture.h"
 
-using namespace tn;
+#include "TextTestHelpers.h"
 
-namespace {
-std::string Text(const TPString& s) {
-    return s.c_str() ? s.c_str() : "";
-}
-TPString Owned(const char* s) {
-    TPString t;
-    t = s;
-    return t;
-}
-}  // namespace
+using namespace tn;
+using test::Owned;
+using test::Text;
 
 TEST(TPStringPieces, SubStringCountsFromOneAndAnswersZeroOnError) {
     test::WarningCapture capture;

@@ -4,13 +4,11 @@
 
 #include <string>
 
-using namespace tn;
+#include "TextTestHelpers.h"
 
-namespace {
-std::string Text(const TPString& s) {
-    return s.c_str() ? s.c_str() : "";
-}
-}  // namespace
+using namespace tn;
+using test::Owned;
+using test::Text;
 
 TEST(TPStringSearch, EqualityFollowsCaseSensitive) {
     EXPECT_TRUE(TPString("ABC", 0) == TPString("abc", 0));

@@ -5,13 +5,11 @@
 #include <cstring>
 #include <string>
 
-using namespace tn;
+#include "TextTestHelpers.h"
 
-namespace {
-std::string Text(const TPString& s) {
-    return s.c_str() ? s.c_str() : "";
-}
-}  // namespace
+using namespace tn;
+using test::Owned;
+using test::Text;
 
 TEST(TPString, LiteralsAreBorrowedUnlessCutAndAssignmentAlwaysCopies) {
     static const char literal[] = "abcdef";
