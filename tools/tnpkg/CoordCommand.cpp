@@ -10,12 +10,9 @@ namespace tnpkg {
 namespace {
 
 int RunCoord(const std::vector<std::string>& words) {
-    Args args(words, {});
-    args.AllowFlags({});
-    if (!args.Problem().empty()) return UsageError("coord", args.Problem());
     std::vector<tn::TSKoordinate> points;
-    std::string problem;
-    if (!ReadPoints(args.Positional(), 1, points, problem)) return UsageError("coord", problem);
+    int status = kUsage;
+    if (!ReadPointArguments("coord", words, 1, points, status)) return status;
     const tn::TSKoordinate& k = points[0];
     std::printf("integers: %d %d\n", k.IntBreite(), k.IntLaenge());
     std::printf("degrees:  %s %s\n", DegreesText(k.IntBreite()).c_str(),

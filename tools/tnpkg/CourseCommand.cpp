@@ -10,12 +10,9 @@ namespace tnpkg {
 namespace {
 
 int RunCourse(const std::vector<std::string>& words) {
-    Args args(words, {});
-    args.AllowFlags({});
-    if (!args.Problem().empty()) return UsageError("course", args.Problem());
     std::vector<tn::TSKoordinate> points;
-    std::string problem;
-    if (!ReadPoints(args.Positional(), 2, points, problem)) return UsageError("course", problem);
+    int status = kUsage;
+    if (!ReadPointArguments("course", words, 2, points, status)) return status;
     std::printf("%.6f\n", points[0].Kurs(points[1]));
     return kSuccess;
 }

@@ -1,5 +1,7 @@
 #include "GeoPoints.h"
 
+#include "Command.h"
+
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
@@ -63,6 +65,16 @@ std::string DegreesText(int units) {
     std::snprintf(text, sizeof text, "%s%llu.%07llu", v < 0 ? "-" : "", m / 10000000ULL,
                   m % 10000000ULL);
     return text;
+}
+
+bool ReadPointArguments(const char* command, const std::vector<std::string>& words,
+                        std::size_t count, std::vector<tn::TSKoordinate>& points, int& status) {
+    Args args(words, {});
+    args.AllowFlags({});
+    std::string problem = args.Problem();
+    if (problem.empty() && ReadPoints(args.Positional(), count, points, problem)) return true;
+    status = UsageError(command, problem);
+    return false;
 }
 
 }  // namespace tnpkg
