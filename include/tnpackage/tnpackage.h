@@ -44,6 +44,7 @@
 #include <tnpackage/geo/TSKoordinate.h>
 
 // Device memory and FAT volume.
+#include <tnpackage/storage/PartitionTable.h>
 #include <tnpackage/storage/TPDateiInfo.h>
 #include <tnpackage/storage/TPImageSpeicher.h>
 #include <tnpackage/storage/TPSpeicher.h>
