@@ -44,8 +44,10 @@
 #include <tnpackage/geo/TSKoordinate.h>
 
 // Device memory and FAT volume.
+#include <tnpackage/storage/Drives.h>
 #include <tnpackage/storage/PartitionTable.h>
 #include <tnpackage/storage/TPDateiInfo.h>
+#include <tnpackage/storage/TPDriveLayout.h>
 #include <tnpackage/storage/TPImageSpeicher.h>
 #include <tnpackage/storage/TPSpeicher.h>
 
