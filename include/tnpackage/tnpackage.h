@@ -49,6 +49,8 @@
 #include <tnpackage/storage/TPSpeicher.h>
 
 // Flash memory model.
+#include <tnpackage/flash/FlashChipPair.h>
+#include <tnpackage/flash/TFlash.h>
 
 // Utilities.
 #include <tnpackage/util/Reflect.h>
