@@ -43,7 +43,7 @@ class FlashTest : public ::testing::Test {
     }
 
     static int At(std::uint32_t offset) { return static_cast<int>(TFlash::kBase + offset); }
-    static std::vector<unsigned char> Bytes(const TFlash& flash, std::uint32_t from,
+    static std::vector<unsigned char> Cells(const TFlash& flash, std::uint32_t from,
                                             std::uint32_t to) {
         const auto* cells = reinterpret_cast<const unsigned char*>(flash.Buffer);
         return {cells + from, cells + to};
