@@ -254,19 +254,29 @@ void TFlash::WriteSector(int offset, void* source) {
 }
 
 void TFlash::ReadBlock(void* destination, std::int64_t address) {
-    if (address < 0 || address > Size - kBlockSize) {
-        storage::WarnOutsideBuffer(address, kBlockSize);
+    const int blocks = std::max(1, BlockSize / kBlockSize);
+    if (destination == nullptr) return;
+    if (address < 0 || address > std::int64_t{Size} - std::int64_t{blocks} * kBlockSize) {
+        storage::WarnOutsideBuffer(address, std::int64_t{blocks} * kBlockSize);
         return;
     }
-    ReadSector(static_cast<int>(address), destination);
+    for (int i = 0; i < blocks; ++i) {
+        ReadSector(static_cast<int>(address) + i * kBlockSize,
+                   static_cast<char*>(destination) + i * kBlockSize);
+    }
 }
 
 void TFlash::WriteBlock(const void* source, std::int64_t address) {
-    if (address < 0 || address > Size - kBlockSize) {
-        storage::WarnOutsideBuffer(address, kBlockSize);
+    const int blocks = std::max(1, BlockSize / kBlockSize);
+    if (source == nullptr) return;
+    if (address < 0 || address > std::int64_t{Size} - std::int64_t{blocks} * kBlockSize) {
+        storage::WarnOutsideBuffer(address, std::int64_t{blocks} * kBlockSize);
         return;
     }
-    WriteSector(static_cast<int>(address), const_cast<void*>(source));
+    for (int i = 0; i < blocks; ++i) {
+        WriteSector(static_cast<int>(address) + i * kBlockSize,
+                    const_cast<char*>(static_cast<const char*>(source)) + i * kBlockSize);
+    }
 }
 
 bool TFlash::SaveFAT() {

@@ -14,6 +14,7 @@
 #include "flash/FlashTestSupport.h"
 #include "persist/FlashHook.h"
 #include "support/DeviceWindow.h"
+#include "support/FatImages.h"
 
 namespace {
 
@@ -375,6 +376,38 @@ TEST_F(TFlashTest, ProgramUpdateErasesNothingItCanReach) {
     flash.ProgramUpdate(0x00100000, 64);
     EXPECT_EQ(tn::test::Beeps(), std::vector<int>{5});
     EXPECT_EQ(Word(flash, 0), 0x8100);  // both lanes tried, neither could set its bits
+}
+
+TEST_F(TFlashTest, SaveFatRewritesTheFirstSectorFromTheBootCopy) {
+    TN_REQUIRE_FAT_TOOLS();
+    const auto folder = tn::test::ScratchFolder();
+    ASSERT_TRUE(tn::test::MakeFatImage(folder / "Flash.DAT", 256, "-F 12 -S 512 -s 1"));
+    tn::FATList = new tn::TP_FATList;
+    TFlash flash(2 * TFlash::kSectorSize);  // loads the volume, enters its (null) volume
+    EXPECT_EQ(tn::FATList->Count, 1);
+    EXPECT_EQ(tn::FATList->FAT(0), nullptr);
+    delete tn::FATList;
+    tn::FATList = nullptr;
+
+    flash.Volume = new tn::TPVolumeFAT(&flash, 'A', 0);
+    ASSERT_NE(flash.Volume->FATBuffer, nullptr);
+    EXPECT_GT(flash.Volume->RootEnde(), 512);
+    const Bytes image = Cells(flash, 0, 2 * kSector);
+    EXPECT_FALSE(flash.SaveFAT());  // no boot-sector copy in memory: nothing is erased
+    EXPECT_EQ(warnings_.Texts().back(), "Flash: keine Kopie des Bootsektors bei 0x003FFC00");
+    EXPECT_EQ(Cells(flash, 0, 2 * kSector), image);
+
+    tn::test::DeviceWindow copy(tn::DeviceAddressSpace::kBootSectorCopy, 512);
+    std::memcpy(copy.At(tn::DeviceAddressSpace::kBootSectorCopy), image.data(), 512);
+    std::memcpy(copy.CharAt(tn::DeviceAddressSpace::kBootSectorCopy + 3), "TNPKG   ", 8);
+    EXPECT_TRUE(flash.SaveFAT());
+    EXPECT_EQ(Cells(flash, 0, 512), copy.Range(tn::DeviceAddressSpace::kBootSectorCopy,
+                                               tn::DeviceAddressSpace::kBootSectorCopy + 512));
+    // The rest of the sector is read back after the erase, so it comes back erased.
+    EXPECT_EQ(Cells(flash, 512, kSector), Bytes(kSector - 512, 0xFF));
+    EXPECT_EQ(Cells(flash, kSector, 2 * kSector), Bytes(image.begin() + kSector, image.end()));
+    delete flash.Volume;
+    flash.Volume = nullptr;
 }
 
 }  // namespace
