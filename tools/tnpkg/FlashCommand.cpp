@@ -27,19 +27,25 @@ constexpr std::uint32_t kSourceWindow = 0x10000000;
 const char* const kUsageText =
     "usage: tnpkg flash info IMAGE\n"
     "       tnpkg flash records IMAGE [--min-version N]\n"
-    "       tnpkg flash erase IMAGE (--sector N | --chip)\n"
-    "       tnpkg flash write IMAGE FILE --offset N\n"
+    "       tnpkg flash erase IMAGE (--sector N | --chip) [FAULTS]\n"
+    "       tnpkg flash write IMAGE FILE --offset N [FAULTS]\n"
     "\n"
     "Works on a flash image (the contents of the two flash chips, a whole number of 128 KiB\n"
     "sectors up to 4 MiB, such as Flash.DAT; `tnpkg image create Flash --size 4194304` makes an\n"
     "erased one) through the simulated chips, with the chips' command cycles and data polling.\n"
     "  info     size, sectors, which sectors are blank, and the live records by type\n"
     "  records  the live records: offset, type, version, size, stride, state, checksum\n"
+    "Records are found as the package reads a region of records, one region per sector from\n"
+    "its first byte: erased flash is stepped over by 0xFFFF bytes, so records are found when\n"
+    "they follow one another from the start of a sector.\n"
     "  erase    erases sector N (0-based) or the whole chip pair\n"
     "  write    programs FILE at OFFSET, erasing the sectors it touches first when they are\n"
     "           not blank (MemCopy)\n"
     "The image is changed through a copy that replaces it only when the command succeeded; a\n"
     "failure reported by the chips' polling gives exit status 1.\n"
+    "FAULTS try out what the chips report when they fail: --stuck N (every bit of the byte at\n"
+    "offset N stays 1, so programming a 0 there fails) and --bad-sector N (sector N never\n"
+    "finishes erasing in either chip).\n"
     "Numbers may be decimal or hexadecimal with 0x.\n";
 
 int Fail(const std::string& text) {
@@ -130,6 +136,14 @@ class RecordCollector : public tn::TPSaveList {
     }
 };
 
+// The live records, scanning each sector as a region of its own.
+std::vector<const tn::TPSaveObject*> LiveRecords(const tn::TFlash& flash, int minimumVersion) {
+    RecordCollector collector;
+    for (int at = 0; at + tn::TFlash::kSectorSize <= flash.Size; at += tn::TFlash::kSectorSize)
+        collector.LoadRegion(flash.Buffer + at, tn::TFlash::kSectorSize, minimumVersion);
+    return collector.records;
+}
+
 const char* ChecksumText(const tn::TPSaveObject* r) {
     if (r->Size <= tn::TPObject::kHeaderSize) return "none";
     return r->CheckSumValid() ? "valid" : "invalid";
@@ -168,17 +182,16 @@ int Info(tn::TFlash& flash, const fs::path& image) {
         ++blankCount;
         blank += (blank.empty() ? "" : " ") + std::to_string(s);
     }
-    RecordCollector collector;
-    collector.LoadRegion(flash.Buffer, static_cast<std::size_t>(flash.Size), 1);
+    const auto records = LiveRecords(flash, 1);
     std::map<unsigned, int> byType;
-    for (const auto* r : collector.records)
+    for (const auto* r : records)
         ++byType[r->Type];
     std::printf("file:    %s\n", image.string().c_str());
     std::printf("size:    %d bytes (0x%X), 2 chips\n", flash.Size,
                 static_cast<unsigned>(flash.Size));
     std::printf("sectors: %d of 128 KiB, %d blank%s%s\n", sectors, blankCount,
                 blank.empty() ? "" : ": ", blank.c_str());
-    std::printf("records: %zu live\n", collector.records.size());
+    std::printf("records: %zu live\n", records.size());
     for (const auto& [type, count] : byType)
         std::printf("  type %u: %d\n", type, count);
     return kSuccess;
@@ -191,11 +204,9 @@ int Records(tn::TFlash& flash, const Args& args) {
             return UsageError(kName, "--min-version takes a number from 0 to 65535");
         }
     }
-    RecordCollector collector;
-    collector.LoadRegion(flash.Buffer, static_cast<std::size_t>(flash.Size),
-                         static_cast<int>(minimum));
+    const auto records = LiveRecords(flash, static_cast<int>(minimum));
     std::printf("offset       type  version   size  stride  state   checksum\n");
-    for (const auto* r : collector.records) {
+    for (const auto* r : records) {
         const auto offset = reinterpret_cast<const char*>(r) - flash.Buffer;
         std::printf("0x%08lX  %5u  %7u  %5u  0x%04X  0x%04X  %s\n",
                     static_cast<unsigned long>(offset), r->Type, r->Version, r->Size, r->Stride,
@@ -263,8 +274,25 @@ int Write(tn::TFlash& flash, const Args& args, const std::string& file, bool& ch
     return kSuccess;
 }
 
+// The simulated faults the command line asks for.
+bool InjectFaults(tn::TFlash& flash, const Args& args) {
+    long long value = 0;
+    if (const auto text = args.Option("--stuck")) {
+        if (!ParseInteger(*text, value) || value < 0 || value >= flash.Size) return false;
+        flash.Chips().StickBits(static_cast<std::uint32_t>(value), 0xFF);
+    }
+    if (const auto text = args.Option("--bad-sector")) {
+        if (!ParseInteger(*text, value) || value < 0 || value >= flash.Chips().Sectors())
+            return false;
+        const auto offset = static_cast<std::uint32_t>(value) * tn::FlashChipPair::kSectorSize;
+        flash.Chips().FailErase(offset);
+        flash.Chips().FailErase(offset + 1);
+    }
+    return true;
+}
+
 int RunFlash(const std::vector<std::string>& words) {
-    Args args(words, {"--sector", "--offset", "--min-version"});
+    Args args(words, {"--sector", "--offset", "--min-version", "--stuck", "--bad-sector"});
     args.AllowFlags({"--chip"});
     if (!args.Problem().empty()) return UsageError(kName, args.Problem());
     const auto& positional = args.Positional();
@@ -290,6 +318,10 @@ int RunFlash(const std::vector<std::string>& words) {
     const Messages messages;
     {
         tn::TFlash flash(*size);
+        if (!InjectFaults(flash, args)) {
+            return UsageError(kName,
+                              "--stuck and --bad-sector take an offset / a sector of the image");
+        }
         if (action == "info") status = Info(flash, image);
         if (action == "records") status = Records(flash, args);
         if (action == "erase") status = Erase(flash, args, changed);
