@@ -62,6 +62,17 @@ TPFile::TPFile() : Buffer(new unsigned char[512]()) {}
 
 TPFile::~TPFile() {
     if (Written && File != nullptr) File->SaveEntry(true);
+    // A file that stayed empty gives back the cluster it got when it was created, so that the
+    // volume stays consistent (a size of 0 owns no cluster).
+    TPVolumeFAT* volume = File != nullptr ? File->Volume : nullptr;
+    if (volume != nullptr && File->FileSize == 0 && File->EntryAddress != 0 &&
+        volume->IsDataCluster(File->FirstCluster) && volume->GetCluster(File->FirstCluster) != 0 &&
+        volume->IsChainEnd(volume->GetCluster(File->FirstCluster))) {
+        volume->SetCluster(File->FirstCluster, 0);
+        File->FirstCluster = 0;
+        File->SaveEntry(true);
+        volume->WriteClusterBuffer();
+    }
     delete[] Buffer;
 }
 

@@ -162,6 +162,8 @@ class TN_EXPORT TPVolumeFAT {
     // ---- for the write layer (not part of the on-media rules) ---------------------------------
     /// First cluster number past the data area (data clusters + 2).
     std::int32_t DataClusterLimit() const { return dataLimit_; }
+    /// Whether a FAT value ends a chain (12-bit: negative; 16-bit: 0xFFF8 and above).
+    bool IsChainEnd(int value) const { return value < 0 || value >= 0xFFF8; }
     /// Whether cluster n lies inside the data area.
     bool IsDataCluster(std::int64_t n) const { return n >= 2 && n < dataLimit_; }
     /// Whether the `length` bytes at medium `address` lie in the data area of this volume.
