@@ -72,6 +72,11 @@ TPFile::~TPFile() {
         File->FirstCluster = 0;
         File->SaveEntry(true);
         volume->WriteClusterBuffer();
+    } else if (volume != nullptr && File->FileSize == 0 && File->FirstCluster == 0 &&
+               volume->IsDataCluster(Cluster) && volume->IsChainEnd(volume->GetCluster(Cluster))) {
+        // Opening an empty file gave this record a cluster the file never took over.
+        volume->SetCluster(Cluster, 0);
+        volume->WriteClusterBuffer();
     }
     delete[] Buffer;
 }
