@@ -214,6 +214,8 @@ int TPVolumeFAT::FileRead(TPFile* f, char* data, int count) {
     if (FATBuffer == nullptr || f == nullptr || f->File == nullptr) return 0;
     std::int64_t n = std::int64_t{f->File->FileSize} - f->Position;
     if (count >= 0 && n > count) n = count;
+    // No file holds more than the data area: a corrupt size never walks a looping chain long.
+    n = std::min<std::int64_t>(n, std::int64_t{std::max(dataLimit_ - 2, 0)} * ClusterSize);
     if (n < 1 || f->Position < 0) return 0;
     const std::int64_t z = BytesPerSector;
     std::int64_t off = f->Position % z;
