@@ -85,7 +85,9 @@ class TN_EXPORT TPVolumeFAT {
     /// n and then go through the 12-bit packing as well. Entries outside the buffer: nothing.
     void SetCluster(int n, int value);
     /// The lowest free cluster from 2 below ClusterCount (marked end of chain when `allocate`),
-    /// or -1.
+    /// or -1. The search starts at a lowest-free hint that SetCluster and ReadClusterBuffer
+    /// keep; code that frees entries by writing FATBuffer directly calls ReadClusterBuffer or
+    /// SetCluster instead.
     int GetFreeCluster(bool allocate);
     /// ClusterBase + n x cluster size; n 0 first takes a free cluster into n.
     int ClusterAdresse(int& n);
