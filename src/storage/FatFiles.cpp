@@ -387,18 +387,39 @@ bool TPVolumeFAT::FileCopy(TPDateiInfo* file, void* destination, TPSpeicher* tar
     }
     if (FATBuffer == nullptr || file == nullptr || destination == nullptr) return false;
     auto* out = static_cast<unsigned char*>(destination);
+    std::int64_t offset = 0;
+    return CopySectors(file, [&](const unsigned char* sector, std::int64_t piece) {
+        if (piece > 0) std::memcpy(out + offset, sector, static_cast<std::size_t>(piece));
+        offset += piece;
+    });
+}
+
+bool TPVolumeFAT::FileCopy(TPDateiInfo* file, std::int64_t destination, TPSpeicher* target) {
+    if (target == nullptr) return false;
+    if (FATBuffer == nullptr || file == nullptr || destination < 0) return false;
+    if (target->BlockSize < 1 || target->BlockSize > kMaxSectorSize) return false;
+    target->SetSector(static_cast<int>(destination - destination % kCopyWindow));
+    std::int64_t writeOffset = destination % kCopyWindow;
+    // A target always takes whole sectors, even for the last, shorter piece.
+    const bool reached = CopySectors(file, [&](const unsigned char* sector, std::int64_t piece) {
+        target->WriteBlock(sector, writeOffset);
+        writeOffset += piece;
+    });
+    target->SetSector(-1);
+    return reached;
+}
+
+bool TPVolumeFAT::CopySectors(TPDateiInfo* file, const SectorSink& sink) {
     int c = file->FirstCluster;
     std::int64_t address = static_cast<std::uint32_t>(ClusterAdresse(c));
     std::int64_t remaining =
         std::min<std::int64_t>((std::int64_t{file->FileSize} + 1) & ~std::int64_t{1}, kCopyLimit);
-    std::int64_t offset = 0;
     int index = 0;
     for (;;) {
         if (!InDataArea(address, BytesPerSector) || !ReadBuffered(address)) return false;
         const bool last = BytesPerSector >= remaining;
         const std::int64_t piece = last ? remaining : BytesPerSector;
-        if (piece > 0) std::memcpy(out + offset, sectorBuffer_, static_cast<std::size_t>(piece));
-        offset += piece;
+        sink(sectorBuffer_, piece);
         remaining -= piece;
         if (last) return true;
         address += BytesPerSector;
@@ -412,44 +433,6 @@ bool TPVolumeFAT::FileCopy(TPDateiInfo* file, void* destination, TPSpeicher* tar
             if (c < 0) return false;
         }
     }
-}
-
-bool TPVolumeFAT::FileCopy(TPDateiInfo* file, std::int64_t destination, TPSpeicher* target) {
-    if (target == nullptr) return false;
-    if (FATBuffer == nullptr || file == nullptr || destination < 0) return false;
-    if (target->BlockSize < 1 || target->BlockSize > kMaxSectorSize) return false;
-    target->SetSector(static_cast<int>(destination - destination % kCopyWindow));
-    std::int64_t writeOffset = destination % kCopyWindow;
-    int c = file->FirstCluster;
-    std::int64_t address = static_cast<std::uint32_t>(ClusterAdresse(c));
-    std::int64_t remaining =
-        std::min<std::int64_t>((std::int64_t{file->FileSize} + 1) & ~std::int64_t{1}, kCopyLimit);
-    int index = 0;
-    bool reached = false;
-    for (;;) {
-        if (!InDataArea(address, BytesPerSector) || !ReadBuffered(address)) break;
-        const bool last = BytesPerSector >= remaining;
-        const std::int64_t piece = last ? remaining : BytesPerSector;
-        target->WriteBlock(sectorBuffer_, writeOffset);
-        writeOffset += piece;
-        remaining -= piece;
-        if (last) {
-            reached = true;
-            break;
-        }
-        address += BytesPerSector;
-        if (++index == SectorsPerCluster) {
-            if (c >= 0) {
-                const int next = GetCluster(c);
-                c = ChainEnds(next) ? -1 : next;
-                if (c >= 0) address = static_cast<std::uint32_t>(ClusterAdresse(c));
-            }
-            index = 0;
-            if (c < 0) break;
-        }
-    }
-    target->SetSector(-1);
-    return reached;
 }
 
 bool TPVolumeFAT::FileEqual(TPDateiInfo* file, void* data) {

@@ -12,6 +12,7 @@
 #include <tnpackage/text/TPString.h>
 
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -197,6 +198,12 @@ class TN_EXPORT TPVolumeFAT {
     std::int32_t freeHint_ = 2;
     std::vector<bool> listed_;  // directory clusters already listed during a mount
 
+    // Receives each sector of a whole-file copy and the number of its bytes that belong to the
+    // copy.
+    using SectorSink = std::function<void(const unsigned char* sector, std::int64_t piece)>;
+    // Walks a file's sectors for FileCopy (even length, at most 512 KiB); true when the last
+    // piece was reached.
+    bool CopySectors(TPDateiInfo* file, const SectorSink& sink);
     bool Mount();
     void ListDirectory(TPVerzeichnisInfo* dir);
     void MarkDirty(std::int64_t offset);
