@@ -44,10 +44,19 @@
 #include <tnpackage/geo/TSKoordinate.h>
 
 // Device memory and FAT volume.
+#include <tnpackage/storage/FatGlobals.h>
 #include <tnpackage/storage/PartitionTable.h>
 #include <tnpackage/storage/TPDateiInfo.h>
+#include <tnpackage/storage/TPDateiSpeicher.h>
+#include <tnpackage/storage/TPDirEintrag.h>
+#include <tnpackage/storage/TPDirList.h>
+#include <tnpackage/storage/TPFile.h>
 #include <tnpackage/storage/TPImageSpeicher.h>
 #include <tnpackage/storage/TPSpeicher.h>
+#include <tnpackage/storage/TPVerzeichnisInfo.h>
+#include <tnpackage/storage/TPVolumeFAT.h>
+#include <tnpackage/storage/TPVolumeInfo.h>
+#include <tnpackage/storage/TP_FATList.h>
 
 // Flash memory model.
 

@@ -24,7 +24,7 @@ void WarnBlockOutside(std::int64_t address) {
 TPImageSpeicher::TPImageSpeicher(TPString name, int size) : TPSpeicher(name, size) {}
 
 bool TPImageSpeicher::BlockInside(std::int64_t address) const {
-    return address >= 0 && address <= Extent() - kSectorSize;
+    return BlockSize > 0 && address >= 0 && address <= Extent() - BlockSize;
 }
 
 void TPImageSpeicher::ReadBlock(void* destination, std::int64_t address) {
@@ -33,7 +33,7 @@ void TPImageSpeicher::ReadBlock(void* destination, std::int64_t address) {
         WarnBlockOutside(address);
         return;
     }
-    std::memcpy(destination, Buffer + address, kSectorSize);
+    std::memcpy(destination, Buffer + address, static_cast<std::size_t>(BlockSize));
 }
 
 void TPImageSpeicher::WriteBlock(const void* source, std::int64_t address) {
@@ -42,7 +42,7 @@ void TPImageSpeicher::WriteBlock(const void* source, std::int64_t address) {
         WarnBlockOutside(address);
         return;
     }
-    std::memcpy(Buffer + address, source, kSectorSize);
+    std::memcpy(Buffer + address, source, static_cast<std::size_t>(BlockSize));
 }
 
 }  // namespace tn

@@ -11,16 +11,19 @@ namespace tn {
 
 class TN_EXPORT TPImageSpeicher : public TPSpeicher {
   public:
-    /// Bytes moved by one block operation.
+    /// Bytes moved by one block operation unless BlockSize says otherwise.
     static constexpr int kSectorSize = 512;
 
     TPImageSpeicher(TPString name, int size);
 
-    /// Copies the sector at byte `address` of the buffer. A sector that does not lie wholly
-    /// inside the buffer is not copied and is reported through Warning.
+    /// Copies the sector (BlockSize bytes) at byte `address` of the buffer. A sector that does not
+    /// lie wholly inside the buffer is not copied and is reported through Warning.
     void ReadBlock(void* destination, std::int64_t address) override;
     /// Copies one sector into the buffer at byte `address`, with the same check.
     void WriteBlock(const void* source, std::int64_t address) override;
+
+    /// The buffer's size.
+    std::int64_t MediumSize() const override { return Extent(); }
 
   private:
     bool BlockInside(std::int64_t address) const;

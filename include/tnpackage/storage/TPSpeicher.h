@@ -40,6 +40,9 @@ class TN_EXPORT TPSpeicher {
     /// Selects a sector base; the plain image has none.
     virtual void SetSector(int base);
     virtual void ReservedSlot4() {}
+    /// Bytes the medium holds from address 0 on, or -1 when it cannot tell. A volume uses it to
+    /// refuse a FAT or a volume that does not fit the medium.
+    virtual std::int64_t MediumSize() const { return -1; }
 
     // ---- files ------------------------------------------------------------------------------
     /// Saves the whole buffer to FileName (at most kMaxSavedSize bytes, see there). The old file
@@ -75,6 +78,9 @@ class TN_EXPORT TPSpeicher {
     int Reserved2 = 0;          ///< not touched by the image, for client code
     char* Buffer = nullptr;     ///< Size bytes, or null
     bool ReservedFlag = false;  ///< cleared here, for client code
+    /// Bytes one ReadBlock / WriteBlock moves. 512 unless a FAT volume mounted on the medium
+    /// sets its own bytes per sector (1024, 2048 or 4096).
+    int BlockSize = 512;
 
   protected:
     /// Frees the buffer this image allocated (a derived medium that brings its own memory

@@ -1,0 +1,211 @@
+// A FAT12/FAT16 volume inside a medium (a TPSpeicher): geometry from the boot sector, the whole
+// first FAT in memory with a dirty bitmap of its sectors, the directory tree, and the file layer
+// that walks cluster chains sector by sector.
+//
+// All addresses are byte addresses from the medium's start. Volumes whose addresses do not fit
+// 32 bits, and boot sectors with impossible geometry, are refused (no FAT, Valid false) with a
+// Warning. Chain walks are bounded by the cluster count; nothing is ever transferred below the
+// data area or past the volume's end.
+#pragma once
+
+#include <tnpackage/Export.h>
+#include <tnpackage/text/TPString.h>
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#ifdef CreateFile
+#pragma push_macro("CreateFile")
+#undef CreateFile
+#define TN_RESTORE_CREATEFILE
+#endif
+
+namespace tn {
+
+class TPDateiInfo;
+class TPDirEintrag;
+class TPDirList;
+class TPFile;
+class TPSpeicher;
+class TPStringList;
+class TPVerzeichnisInfo;
+
+class TN_EXPORT TPVolumeFAT {
+  public:
+    // ---- from the boot sector -----------------------------------------------------------------
+    std::uint16_t BytesPerSector = 0;
+    std::uint8_t SectorsPerCluster = 0;
+    std::uint16_t ReservedSectors = 0;
+    std::uint8_t NumberOfFATs = 0;
+    std::uint16_t RootEntries = 0;
+    std::uint32_t TotalSectors = 0;
+    std::uint8_t MediaDescriptor = 0;
+    std::uint16_t SectorsPerFAT = 0;
+    std::uint16_t SectorsPerTrack = 0;
+    std::uint16_t Heads = 0;
+    std::uint16_t HiddenSectors = 0;  ///< low 16 bits of the boot sector's field
+    // ---- derived ------------------------------------------------------------------------------
+    bool Valid = true;                ///< false when the boot sector's geometry was refused
+    std::uint32_t VolumeSize = 0;     ///< bytes per sector x total sectors
+    std::uint32_t FATAddress = 0;     ///< base + bytes per sector x reserved sectors
+    std::uint32_t FATSize = 0;        ///< sectors per FAT x bytes per sector
+    std::uint32_t RootAddress = 0;    ///< FAT address + FATs x FAT size
+    std::uint32_t ClusterBase = 0;    ///< root address + 32 x root entries - 2 x cluster size
+    std::uint32_t ClusterSize = 0;    ///< sectors per cluster x bytes per sector
+    std::int32_t ClusterCount = 0;    ///< total sectors / sectors per cluster
+    std::uint8_t FATType = 0;         ///< 1: 12-bit entries; 4, 5, 6, 11, 12, 14, 15: 16-bit
+    std::int32_t WorkingAddress = 0;  ///< address of the last cleared cluster (initially base)
+    std::int32_t VolumeBase = 0;      ///< medium address of the boot sector
+    char DriveLetter = 0;
+    unsigned char* FATBuffer = nullptr;    ///< the first FAT; null when the medium has none
+    TPVerzeichnisInfo* Root = nullptr;     ///< the directory tree, owned
+    TPVerzeichnisInfo* Current = nullptr;  ///< the current directory
+    TPSpeicher* Medium = nullptr;          ///< not owned
+
+    /// Largest sector the volume accepts (and the size of its sector buffer).
+    static constexpr int kMaxSectorSize = 4096;
+    /// Directories deeper than this are not listed.
+    static constexpr int kMaxDepth = 64;
+
+    /// Reads the boot sector at `base`, the first FAT and the whole tree. A sector that is not
+    /// a FAT boot sector gives a volume without FAT. Clears StopAll.
+    TPVolumeFAT(TPSpeicher* medium, char driveLetter, int base);
+    /// Frees the buffers and the tree; does not write the FAT back.
+    ~TPVolumeFAT();
+    TPVolumeFAT(const TPVolumeFAT&) = delete;
+    TPVolumeFAT& operator=(const TPVolumeFAT&) = delete;
+
+    // ---- FAT ----------------------------------------------------------------------------------
+    /// Entry n. 12-bit: values above 0xFF0 come back negative (0xFFF is -1); 16-bit: the word
+    /// zero-extended. Unknown type: -1. An entry outside the FAT buffer reads as end of chain
+    /// (-1 for 12-bit, 0xFFFF for 16-bit).
+    int GetCluster(int n);
+    /// Sets entry n and marks its FAT sector(s) dirty. 16-bit types store the low byte at byte
+    /// n and then go through the 12-bit packing as well. Entries outside the buffer: nothing.
+    void SetCluster(int n, int value);
+    /// The lowest free cluster from 2 below ClusterCount (marked end of chain when `allocate`),
+    /// or -1.
+    int GetFreeCluster(bool allocate);
+    /// ClusterBase + n x cluster size; n 0 first takes a free cluster into n.
+    int ClusterAdresse(int& n);
+    /// Writes zeros over cluster n (0: a new one, not handed back); WorkingAddress = its address.
+    void ClearCluster(int n);
+    /// Loads the first FAT from the medium.
+    void ReadClusterBuffer();
+    /// Writes every dirty FAT sector to every FAT copy (sector s at s x 512 of the FAT).
+    void WriteClusterBuffer();
+
+    // ---- sector buffer ------------------------------------------------------------------------
+    /// Writes `length` bytes at medium `address` through the one-sector buffer (address 0:
+    /// nothing; bytes past the sector's end are dropped with a Warning).
+    void Write(int address, char* data, int length);
+    /// Writes a node's 32 entry bytes back to its entry address (0: nothing).
+    void Write(TPDirEintrag* entry);
+
+    // ---- registry and geometry ----------------------------------------------------------------
+    /// Root becomes the current directory; the whole tree is listed anew.
+    void CreateList();
+    bool IsVolume(char c) { return c == DriveLetter; }
+    char GetVolume() { return DriveLetter; }
+    /// The drive letter followed by ":\".
+    TPString VolumeString();
+    /// Bytes per sector; 512 for a null volume (see the static form).
+    int GetSectorSize() { return GetSectorSize(this); }
+    /// Bytes per sector of `volume`, 512 when it is null: the safe way to ask through a pointer
+    /// that may be null.
+    static int GetSectorSize(const TPVolumeFAT* volume);
+    int GetClusterSize() { return static_cast<int>(ClusterSize); }
+    /// First byte after the root directory: ClusterBase + 2 x cluster size.
+    int RootEnde();
+    /// The root node's entry list.
+    TPDirList* RootList();
+    /// Does nothing.
+    void Set(int, TPDateiInfo*) {}
+
+    // ---- files --------------------------------------------------------------------------------
+    /// Moves `f` to `position` (0 .. size); outside: position 0 and false.
+    bool SetFilePointer(TPFile* f, int position);
+    bool NextSector(TPFile* f, bool allocate);
+    bool NextCluster(TPFile* f, bool allocate);
+    /// Bytes read from the record's position (count < 0: to the end; data null: walk only).
+    /// The position itself does not move.
+    int FileRead(TPFile* f, char* data, int count);
+    /// Bytes written at the record's position; the size grows at once. A full volume stops the
+    /// write with a Warning after the bytes that found room.
+    int FileWrite(TPFile* f, char* data, int count, bool saveEntry);
+    /// Finds or creates the file of `path` (folders are created) and opens it in `f` if given.
+    TPDateiInfo* CreateFile(TPFile* f, TPString path);
+    /// Finds or creates every folder of `path` below the root; the last one, or null.
+    TPVerzeichnisInfo* ForceDirectories(TPString path);
+    /// The file of `path`: from the root with a leading "\", else from the current directory.
+    TPDateiInfo* SearchFile(TPString path);
+    /// Copies a whole file (length rounded up to even, at most 512 KiB) to memory at
+    /// `destination`, or with a target into that medium at the address `destination` names.
+    bool FileCopy(TPDateiInfo* file, void* destination, TPSpeicher* target);
+    /// As above, the target address as a number.
+    bool FileCopy(TPDateiInfo* file, std::int64_t destination, TPSpeicher* target);
+    /// Whether the file's first min(size, 32) bytes (rounded up to even) equal `data`.
+    bool FileEqual(TPDateiInfo* file, void* data);
+    /// Calls OnFileFound for each file of the root, then OnUpdateEnde.
+    void Update();
+    /// Lists `dir` (with its subdirectories) from the medium into the tree.
+    bool DirListing(TPVerzeichnisInfo* dir);
+    /// Lines of the whole tree; the caller owns the list.
+    TPStringList* VerzeichnisStrings();
+
+    // Windows' <windows.h> defines CreateFile as CreateFileA or CreateFileW; a caller compiled
+    // after it reaches the member through these.
+    TPDateiInfo* CreateFileA(TPFile* f, TPString path) { return CreateFile(f, path); }
+    TPDateiInfo* CreateFileW(TPFile* f, TPString path) { return CreateFile(f, path); }
+
+    // ---- for the write layer (not part of the on-media rules) ---------------------------------
+    /// First cluster number past the data area (data clusters + 2).
+    std::int32_t DataClusterLimit() const { return dataLimit_; }
+    /// Whether cluster n lies inside the data area.
+    bool IsDataCluster(std::int64_t n) const { return n >= 2 && n < dataLimit_; }
+    /// Whether the `length` bytes at medium `address` lie in the data area of this volume.
+    bool InDataArea(std::int64_t address, std::int64_t length) const;
+    /// Whether the bytes lie anywhere inside the volume.
+    bool InVolume(std::int64_t address, std::int64_t length) const;
+    /// Takes a free data cluster marked end of chain, or -1 with a "full" Warning.
+    int AllocateCluster();
+    /// Forgets the sector buffer when it holds the sector at `address`.
+    void ForgetSector(std::int64_t address);
+    /// Reads one sector at `address` into `buffer` (kMaxSectorSize bytes at least), guarded:
+    /// false (zeros) outside the volume.
+    bool ReadSector(std::int64_t address, unsigned char* buffer);
+    /// Writes one sector; refused (false) outside the data or root/FAT area of this volume.
+    bool WriteSector(std::int64_t address, const unsigned char* buffer);
+    /// The 11-byte short names used in a folder (for unique short names).
+    std::vector<std::string> ShortNames(TPVerzeichnisInfo* dir);
+    /// Finds `slots` consecutive free entries in `dir` (extending a subfolder when needed);
+    /// the address of the first, or 0 when the folder is full.
+    std::int64_t FindEntrySlots(TPVerzeichnisInfo* dir, int slots);
+
+  private:
+    unsigned char* sectorBuffer_ = nullptr;
+    std::int64_t bufferedAddress_ = 0;
+    std::vector<std::uint32_t> dirtyBitmap_;
+    std::vector<unsigned char> fatSectorFlags_;
+    std::int32_t bitmapWords_ = 0;
+    std::int32_t dataLimit_ = 0;
+    std::int32_t freeHint_ = 2;
+    std::vector<bool> listed_;  // directory clusters already listed during a mount
+
+    bool Mount();
+    void ListDirectory(TPVerzeichnisInfo* dir);
+    void MarkDirty(std::int64_t offset);
+    bool ReadBuffered(std::int64_t address);
+    void StoreFileSector(TPFile* f, std::int64_t address, const char* data, int n);
+    bool LoadFileSector(TPFile* f);
+
+    friend class TPDirEintrag;
+};
+
+}  // namespace tn
+
+#ifdef TN_RESTORE_CREATEFILE
+#pragma pop_macro("CreateFile")
+#undef TN_RESTORE_CREATEFILE
+#endif

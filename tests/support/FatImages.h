@@ -1,0 +1,150 @@
+// Building FAT images with the reference tools (mkfs.fat, mtools, fsck.fat) and reading them
+// back, for tests that compare the package's FAT volume with those oracles.
+//
+// mtools runs with MTOOLS_SKIP_CHECK=1 and a UTF-8 locale, so long names with umlauts go in and
+// come out as UTF-8; the package's names are Windows-1252 (Latin1 below 0x100, see Utf8).
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string>
+#include <vector>
+
+#include "support/RunTool.h"
+
+namespace tn::test {
+
+/// Whether mkfs.fat, fsck.fat and mtools can be run here.
+inline bool HaveFatTools() {
+#ifdef _WIN32
+    return false;
+#else
+    static const bool have =
+        RunCommand(
+            "command -v mkfs.fat && command -v fsck.fat && command -v mcopy && "
+            "command -v mmd && command -v mdir && command -v mdel >/dev/null 2>&1")
+            .status == 0;
+    return have;
+#endif
+}
+
+#define TN_REQUIRE_FAT_TOOLS()                                                      \
+    do {                                                                            \
+        if (!::tn::test::HaveFatTools()) GTEST_SKIP() << "mkfs.fat/mtools missing"; \
+    } while (false)
+
+/// Single-quoted for the shell.
+inline std::string Shell(const std::string& text) {
+    std::string quoted = "'";
+    for (char c : text) {
+        if (c == '\'') {
+            quoted += "'\\''";
+        } else {
+            quoted += c;
+        }
+    }
+    return quoted + "'";
+}
+
+/// Runs an mtools command line (the tool's name first) with the settings mtools needs here.
+inline ToolResult Mtools(const std::string& command) {
+    return RunCommand("MTOOLS_SKIP_CHECK=1 LC_ALL=C.UTF-8 " + command + " 2>/dev/null");
+}
+
+/// Creates `image` of `kib` KiB with mkfs.fat and the given options (e.g. "-F 12 -S 512 -s 1").
+inline bool MakeFatImage(const std::filesystem::path& image, int kib, const std::string& options) {
+    std::filesystem::remove(image);
+    return RunCommand("mkfs.fat -C " + options + " " + Shell(image.string()) + " " +
+                      std::to_string(kib) + " >/dev/null 2>&1")
+               .status == 0;
+}
+
+/// Writes `content` to a host file and copies it to `fatPath` ("/DIR/NAME", UTF-8) in the image.
+inline bool PutFile(const std::filesystem::path& image, const std::string& fatPath,
+                    const std::string& content) {
+    const std::filesystem::path host = image.string() + ".put";
+    {
+        std::ofstream out(host, std::ios::binary);
+        out.write(content.data(), static_cast<std::streamsize>(content.size()));
+    }
+    const bool ok = Mtools("mcopy -o -i " + Shell(image.string()) + " " + Shell(host.string()) +
+                           " " + Shell("::" + fatPath))
+                        .status == 0;
+    std::filesystem::remove(host);
+    return ok;
+}
+
+inline bool MakeDir(const std::filesystem::path& image, const std::string& fatPath) {
+    return Mtools("mmd -i " + Shell(image.string()) + " " + Shell("::" + fatPath)).status == 0;
+}
+
+inline bool DeleteFile(const std::filesystem::path& image, const std::string& fatPath) {
+    return Mtools("mdel -i " + Shell(image.string()) + " " + Shell("::" + fatPath)).status == 0;
+}
+
+/// The bytes of `fatPath` as mcopy reads them.
+inline std::string ReadFile(const std::filesystem::path& image, const std::string& fatPath) {
+    return Mtools("mcopy -n -i " + Shell(image.string()) + " " + Shell("::" + fatPath) + " -")
+        .output;
+}
+
+/// Every path of the image as "mdir -/ -b" lists it ("/DIR/" for folders), UTF-8, sorted.
+inline std::vector<std::string> ListTree(const std::filesystem::path& image) {
+    const std::string out = Mtools("mdir -/ -b -i " + Shell(image.string()) + " ::").output;
+    std::vector<std::string> paths;
+    std::string line;
+    for (char c : out) {
+        if (c == '\n') {
+            if (line.rfind("::", 0) == 0) paths.push_back(line.substr(2));
+            line.clear();
+        } else {
+            line += c;
+        }
+    }
+    std::sort(paths.begin(), paths.end());
+    return paths;
+}
+
+/// fsck.fat -n's verdict: empty when the image is clean, its report otherwise.
+inline std::string FsckProblems(const std::filesystem::path& image) {
+    const ToolResult r = RunCommand("fsck.fat -n " + Shell(image.string()) + " 2>&1");
+    return r.status == 0 ? std::string() : r.output;
+}
+
+/// A Windows-1252 name as UTF-8 (the package's names use Latin1 letters only in these tests).
+inline std::string Utf8(const std::string& latin1) {
+    std::string out;
+    for (char ch : latin1) {
+        const auto c = static_cast<unsigned char>(ch);
+        if (c < 0x80) {
+            out += ch;
+        } else {
+            out += static_cast<char>(0xC0 | (c >> 6));
+            out += static_cast<char>(0x80 | (c & 0x3F));
+        }
+    }
+    return out;
+}
+
+inline std::vector<unsigned char> LoadBytes(const std::filesystem::path& file) {
+    std::ifstream in(file, std::ios::binary);
+    return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+}
+
+/// Deterministic file content: `size` bytes from a seed.
+inline std::string Pattern(std::size_t size, std::uint32_t seed) {
+    std::string s(size, '\0');
+    std::uint32_t x = seed * 2654435761u + 1u;
+    for (char& c : s) {
+        x = x * 1103515245u + 12345u;
+        c = static_cast<char>(x >> 23);
+    }
+    return s;
+}
+
+}  // namespace tn::test
