@@ -1,6 +1,7 @@
 // `tnpkg fat`: look into, extract from and write to FAT12/FAT16 volumes in image files (memory
 // images and memory-card images). This file holds the shared frame and the read-only views.
 #include "FatCommand.h"
+#include "HostNames.h"
 
 #include <cstdio>
 
@@ -111,7 +112,7 @@ int Info(FatRequest& r) {
     const std::uint32_t free = m.FreeClusters();
     std::uint64_t files = 0, folders = 0, bytes = 0;
     CountTree(v.Root, files, folders, bytes);
-    const std::string label = ToUtf8(Label(m).c_str());
+    const std::string label = Cp1252ToUtf8(Label(m));
     const bool retyped = m.CoarseFatBits() != m.FatBits();
     const std::string refusal = WriteRefusal(m);
     const std::uint64_t clusterBytes = v.ClusterSize;
@@ -187,8 +188,8 @@ void ListLine(const Listing& how, tn::TPDirEintrag& e, const std::string& shown)
     if (how.json != nullptr) {
         JsonWriter& j = *how.json;
         j.BeginObject();
-        j.Key("name").Value(ToUtf8(ShownName(e).c_str()));
-        j.Key("path").Value(ToUtf8(NodePath(e).c_str()));
+        j.Key("name").Value(Cp1252ToUtf8(ShownName(e)));
+        j.Key("path").Value(Cp1252ToUtf8(NodePath(e)));
         j.Key("short").Value(ShortName(e));
         j.Key("type").Value(folder ? "folder" : "file");
         j.Key("size").Value(NodeSize(e));
@@ -200,10 +201,10 @@ void ListLine(const Listing& how, tn::TPDirEintrag& e, const std::string& shown)
     const std::string size = folder ? "<DIR>" : std::to_string(NodeSize(e));
     if (how.longList) {
         std::printf("%10s  %s  %-12s  %s\n", size.c_str(), DateText(e.FileDate).c_str(),
-                    ShortName(e).c_str(), ToUtf8(shown.c_str()).c_str());
+                    ShortName(e).c_str(), Cp1252ToUtf8(shown).c_str());
     } else {
         std::printf("%10s  %s  %s\n", size.c_str(), DateText(e.FileDate).c_str(),
-                    ToUtf8(shown.c_str()).c_str());
+                    Cp1252ToUtf8(shown).c_str());
     }
 }
 
@@ -231,7 +232,7 @@ int Ls(FatRequest& r) {
     const Listing how{r.longList, r.recursive, r.args.Flag("--json") ? &json : nullptr};
     if (how.json != nullptr) {
         json.BeginObject();
-        json.Key("path").Value(ToUtf8(NodePath(*node).c_str()));
+        json.Key("path").Value(Cp1252ToUtf8(NodePath(*node)));
         json.Key("entries").BeginArray();
     }
     if (node->IsDirectory()) {

@@ -50,7 +50,7 @@ class Extractor {
             const std::string safe = HostComponent(ShownName(*child), changed);
             const std::string unique = names.Claim(safe);
             if (changed || unique != safe) {
-                FatNote("stored " + ToUtf8(NodePath(*child).c_str()) + " as " +
+                FatNote("stored " + Cp1252ToUtf8(NodePath(*child)) + " as " +
                         PathText(target / Utf8Path(unique)));
             }
             Extract(*child, target / Utf8Path(unique));
@@ -90,7 +90,7 @@ class Extractor {
         std::error_code ec;
         fs::create_directory(target, ec);
         if (ec) {
-            Fail("cannot create " + PathText(target) + " for " + ToUtf8(NodePath(node).c_str()) +
+            Fail("cannot create " + PathText(target) + " for " + Cp1252ToUtf8(NodePath(node)) +
                  ": " + ec.message());
             return false;
         }
@@ -98,7 +98,7 @@ class Extractor {
     }
 
     void WriteFile(tn::TPDirEintrag& node, const fs::path& target) {
-        progress_.Update(++done_, total_, ToUtf8(ShownName(node).c_str()));
+        progress_.Update(++done_, total_, Cp1252ToUtf8(ShownName(node)));
         if (!UsableTarget(target, false)) return;
         std::string data, problem;
         const bool whole = ReadNode(node, data, problem);
@@ -108,7 +108,7 @@ class Extractor {
         if (!out) {
             Fail("cannot write " + PathText(target));
         } else if (!whole) {
-            Fail(ToUtf8(NodePath(node).c_str()) + ": " + problem + " (kept what was found)");
+            Fail(Cp1252ToUtf8(NodePath(node)) + ": " + problem + " (kept what was found)");
         }
     }
 };
@@ -131,7 +131,7 @@ bool Resolve(MountedImage& m, const std::vector<std::string>& paths,
 int ToStandardOutput(const std::vector<tn::TPDirEintrag*>& nodes) {
     for (tn::TPDirEintrag* node : nodes) {
         if (!node->IsFile()) {
-            return FatFail(ToUtf8(NodePath(*node).c_str()) +
+            return FatFail(Cp1252ToUtf8(NodePath(*node)) +
                            " is a folder; only files go to standard output");
         }
     }
@@ -141,7 +141,7 @@ int ToStandardOutput(const std::vector<tn::TPDirEintrag*>& nodes) {
         std::string data, problem;
         const bool whole = ReadNode(*node, data, problem);
         std::fwrite(data.data(), 1, data.size(), stdout);
-        if (!whole) status = FatFail(ToUtf8(NodePath(*node).c_str()) + ": " + problem);
+        if (!whole) status = FatFail(Cp1252ToUtf8(NodePath(*node)) + ": " + problem);
     }
     std::fflush(stdout);
     return std::ferror(stdout) ? FatFail("cannot write to standard output") : status;
@@ -187,7 +187,7 @@ int FatGet(FatRequest& r) {
         const std::string safe = HostComponent(ShownName(*node), changed);
         const std::string unique = topNames.Claim(safe);
         if (changed || unique != safe) {
-            FatNote("stored " + ToUtf8(NodePath(*node).c_str()) + " as " +
+            FatNote("stored " + Cp1252ToUtf8(NodePath(*node)) + " as " +
                     PathText(target / Utf8Path(unique)));
         }
         extractor.Extract(*node, target / Utf8Path(unique));

@@ -236,7 +236,7 @@ tn::TPDirEintrag* MountedImage::Find(const std::string& path, std::string& probl
                 break;
             }
         }
-        walked += "/" + (utf8 ? part : ToUtf8(part.c_str()));
+        walked += "/" + (utf8 ? part : Cp1252ToUtf8(part));
         if (hit == nullptr) {
             problem = "no " + walked + " in the image";
             return nullptr;
@@ -270,7 +270,7 @@ std::string ShortName(const tn::TPDirEintrag& node) {
 
 bool NameMatches(const tn::TPDirEintrag& node, const std::string& name) {
     return FoldCase(ShownName(node)) == FoldCase(name) ||
-           UpperAscii(ShortName(node)) == UpperAscii(ToUtf8(name.c_str()));
+           UpperAscii(ShortName(node)) == UpperAscii(Cp1252ToUtf8(name));
 }
 
 std::string ShownName(const tn::TPDirEintrag& node) {

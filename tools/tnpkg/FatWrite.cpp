@@ -40,7 +40,7 @@ std::string Join(const std::string& folder, const std::string& name) {
 std::string Shown(const std::string& fatPath) {
     std::string path = "/" + fatPath;
     std::replace(path.begin(), path.end(), '\\', '/');
-    return ToUtf8(path.c_str());
+    return Cp1252ToUtf8(path);
 }
 
 bool ReadHostFile(const fs::path& path, std::string& data) {
@@ -232,7 +232,7 @@ bool Execute(MountedImage& w, const Plan& plan, bool quiet) {
     Progress progress("writing", quiet);
     std::uint64_t done = 0;
     for (const auto& file : plan.files) {
-        progress.Update(++done, plan.files.size(), ToUtf8(file.fatPath.c_str()));
+        progress.Update(++done, plan.files.size(), Cp1252ToUtf8(file.fatPath));
         std::string data;
         if (!ReadHostFile(file.host, data) || data.size() != file.size) {
             FatNote("cannot read " + PathText(file.host));

@@ -3,8 +3,6 @@
 #include <cstdint>
 #include <cstring>
 
-#include "Output.h"
-
 namespace tnpkg {
 namespace {
 
@@ -129,10 +127,10 @@ std::string HostComponent(const std::string& fatName, bool& changed) {
         *it = '_';
     if (safe.empty()) safe = "_";
     if (IsDeviceName(safe)) safe.insert(0, "_");
-    std::string utf8 = ToUtf8(safe.c_str());
+    std::string utf8 = Cp1252ToUtf8(safe);
     constexpr std::size_t kMaxComponent = 255;
     CutUtf8(utf8, kMaxComponent);
-    if (safe != fatName || utf8 != ToUtf8(fatName.c_str())) changed = true;
+    if (safe != fatName || utf8 != Cp1252ToUtf8(fatName)) changed = true;
     return utf8;
 }
 
@@ -165,6 +163,33 @@ std::string UpperAscii(const std::string& text) {
     return out;
 }
 
+void AppendUtf8(std::string& out, char32_t cp) {
+    if (cp < 0x80) {
+        out.push_back(static_cast<char>(cp));
+    } else if (cp < 0x800) {
+        out.push_back(static_cast<char>(0xC0 | (cp >> 6)));
+        out.push_back(static_cast<char>(0x80 | (cp & 0x3F)));
+    } else {
+        out.push_back(static_cast<char>(0xE0 | (cp >> 12)));
+        out.push_back(static_cast<char>(0x80 | ((cp >> 6) & 0x3F)));
+        out.push_back(static_cast<char>(0x80 | (cp & 0x3F)));
+    }
+}
+
+std::string Cp1252ToUtf8(const std::string& text) {
+    std::string out;
+    out.reserve(text.size() + text.size() / 4);
+    for (const char c : text) {
+        const auto u = static_cast<unsigned char>(c);
+        // The five undefined bytes keep their value, as the package's own conversion does.
+        const char32_t cp = u >= 0x80 && u < 0xA0 && kHighBlock[u - 0x80] != 0
+                                ? kHighBlock[u - 0x80]
+                                : static_cast<char32_t>(u);
+        AppendUtf8(out, cp);
+    }
+    return out;
+}
+
 std::string OemToUtf8(const std::string& oem) {
     // Code page 850, bytes 0x80 to 0xFF.
     static constexpr char16_t kOem[128] = {
@@ -183,17 +208,7 @@ std::string OemToUtf8(const std::string& oem) {
     std::string out;
     for (const char c : oem) {
         const auto u = static_cast<unsigned char>(c);
-        const char32_t cp = u < 0x80 ? (IsControl(u) ? U'_' : u) : kOem[u - 0x80];
-        if (cp < 0x80) {
-            out.push_back(static_cast<char>(cp));
-        } else if (cp < 0x800) {
-            out.push_back(static_cast<char>(0xC0 | (cp >> 6)));
-            out.push_back(static_cast<char>(0x80 | (cp & 0x3F)));
-        } else {
-            out.push_back(static_cast<char>(0xE0 | (cp >> 12)));
-            out.push_back(static_cast<char>(0x80 | ((cp >> 6) & 0x3F)));
-            out.push_back(static_cast<char>(0x80 | (cp & 0x3F)));
-        }
+        AppendUtf8(out, u < 0x80 ? (IsControl(u) ? U'_' : u) : kOem[u - 0x80]);
     }
     return out;
 }

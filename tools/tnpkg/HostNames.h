@@ -38,6 +38,9 @@ class UniqueNames {
     std::set<std::string> taken_;  // folded to upper case
 };
 
+/// Windows-1252 text as UTF-8, without building package strings (fast for long listings).
+std::string Cp1252ToUtf8(const std::string& text);
+
 /// A short name as stored (OEM code page 850, the code page of German DOS and mtools' default)
 /// as UTF-8.
 std::string OemToUtf8(const std::string& oem);
