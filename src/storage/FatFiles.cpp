@@ -62,6 +62,22 @@ TPFile::TPFile() : Buffer(new unsigned char[512]()) {}
 
 TPFile::~TPFile() {
     if (Written && File != nullptr) File->SaveEntry(true);
+    // A file that stayed empty gives back the cluster it got when it was created, so that the
+    // volume stays consistent (a size of 0 owns no cluster).
+    TPVolumeFAT* volume = File != nullptr ? File->Volume : nullptr;
+    if (volume != nullptr && File->FileSize == 0 && File->EntryAddress != 0 &&
+        volume->IsDataCluster(File->FirstCluster) && volume->GetCluster(File->FirstCluster) != 0 &&
+        volume->IsChainEnd(volume->GetCluster(File->FirstCluster))) {
+        volume->SetCluster(File->FirstCluster, 0);
+        File->FirstCluster = 0;
+        File->SaveEntry(true);
+        volume->WriteClusterBuffer();
+    } else if (volume != nullptr && File->FileSize == 0 && File->FirstCluster == 0 &&
+               volume->IsDataCluster(Cluster) && volume->IsChainEnd(volume->GetCluster(Cluster))) {
+        // Opening an empty file gave this record a cluster the file never took over.
+        volume->SetCluster(Cluster, 0);
+        volume->WriteClusterBuffer();
+    }
     delete[] Buffer;
 }
 
@@ -175,20 +191,29 @@ bool TPVolumeFAT::LoadFileSector(TPFile* f) {
     return true;
 }
 
-void TPVolumeFAT::StoreFileSector(TPFile* f, std::int64_t address, const char* data, int n) {
+bool TPVolumeFAT::StoreFileSector(TPFile* f, std::int64_t address, const char* data, int n) {
     const std::int64_t z = BytesPerSector;
     const std::int64_t sector = address - address % z;
+    // A data area that does not start on a sector boundary (a corrupt root size) would put the
+    // bytes across two sectors or the sector start into the root: nothing is written then.
+    if (address % z + n > z || !InDataArea(sector, z)) {
+        fat::Warn("FAT: Sektor " + fat::Hex(sector) +
+                  " liegt au\xDF"
+                  "erhalb der Daten");
+        return false;
+    }
     if (address == sector && n >= z) {
         f->EnsureBuffer(BytesPerSector);
         f->BufferedAddress = static_cast<std::int32_t>(sector);
     } else if (!LoadFileSector(f)) {
-        return;
+        return false;
     }
     std::memcpy(f->Buffer + address % z, data, static_cast<std::size_t>(n));
     if (f->BufferedAddress != sector) Warning(TPString("Wieso?", 0));
     f->BufferedAddress = static_cast<std::int32_t>(sector);
     ForgetSector(sector);
     Medium->WriteBlock(f->Buffer, sector);
+    return true;
 }
 
 // ---- read and write
@@ -198,6 +223,8 @@ int TPVolumeFAT::FileRead(TPFile* f, char* data, int count) {
     if (FATBuffer == nullptr || f == nullptr || f->File == nullptr) return 0;
     std::int64_t n = std::int64_t{f->File->FileSize} - f->Position;
     if (count >= 0 && n > count) n = count;
+    // No file holds more than the data area: a corrupt size never walks a looping chain long.
+    n = std::min<std::int64_t>(n, std::int64_t{std::max(dataLimit_ - 2, 0)} * ClusterSize);
     if (n < 1 || f->Position < 0) return 0;
     const std::int64_t z = BytesPerSector;
     std::int64_t off = f->Position % z;
@@ -251,7 +278,9 @@ int TPVolumeFAT::FileWrite(TPFile* f, char* data, int count, bool saveEntry) {
             fat::WarnVolumeFull(DriveLetter);
             break;
         }
-        StoreFileSector(f, f->SectorAddress + off, data + done, static_cast<int>(chunk));
+        if (!StoreFileSector(f, f->SectorAddress + off, data + done, static_cast<int>(chunk))) {
+            break;
+        }
         done += static_cast<int>(chunk);
         remaining -= chunk;
         f->Position += static_cast<std::int32_t>(chunk);
