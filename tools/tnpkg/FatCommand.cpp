@@ -156,6 +156,8 @@ int Info(FatRequest& r) {
             "                     the volume, as the package does by default, gives %s\n",
             m.DataClusters(), static_cast<unsigned>(v.ClusterCount), TypeName(m.CoarseFatBits()));
     }
+    for (const auto& notice : m.Notices())
+        std::printf("                     package: %s\n", Cp1252ToUtf8(notice).c_str());
     std::printf("bytes per sector:    %u\n", static_cast<unsigned>(v.BytesPerSector));
     std::printf("sectors per cluster: %u (%llu bytes)\n",
                 static_cast<unsigned>(v.SectorsPerCluster),

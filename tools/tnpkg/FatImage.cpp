@@ -43,6 +43,20 @@ std::string TrimRight(std::string text) {
     return text;
 }
 
+// While a volume mounts, its notice about how it typed the FAT is information for the user,
+// not a failure of the command; every other warning passes on as usual.
+std::vector<std::string>* mountNotices = nullptr;
+tn::TPWarningHook mountForward = nullptr;
+
+void DuringMount(tn::TPString text) {
+    const std::string line = text.c_str() != nullptr ? text.c_str() : "";
+    if (mountNotices != nullptr && line.find("FAT-Typ ") != std::string::npos) {
+        mountNotices->push_back(line);
+    } else if (mountForward != nullptr) {
+        mountForward(text);
+    }
+}
+
 }  // namespace
 
 std::string VolumeLocation::Describe() const {
@@ -170,7 +184,13 @@ MountedImage::MountedImage(const fs::path& path, const VolumeLocation& where, bo
         problem_ = "cannot open " + name + (writable ? " for writing" : "");
         return;
     }
+    mountNotices = &notices_;
+    mountForward = tn::OnWarning;
+    tn::OnWarning = &DuringMount;
     volume_ = std::make_unique<tn::TPVolumeFAT>(medium_.get(), 'A', 0);
+    tn::OnWarning = mountForward;
+    mountNotices = nullptr;
+
     if (!volume_->Valid || volume_->FATBuffer == nullptr || volume_->Root == nullptr) {
         problem_ = "the FAT volume at " + where.Describe() + " of " + name +
                    " has a boot sector that cannot be used";

@@ -51,6 +51,8 @@ class MountedImage {
     const std::string& Problem() const { return problem_; }
     tn::TPVolumeFAT& Volume() { return *volume_; }
     const VolumeLocation& Where() const { return where_; }
+    /// What the package said about the volume's FAT type while mounting it (Windows-1252).
+    const std::vector<std::string>& Notices() const { return notices_; }
 
     /// 12 or 16: the width of the FAT entries the volume works with.
     int FatBits() const;
@@ -72,6 +74,7 @@ class MountedImage {
     std::unique_ptr<tn::TPDateiSpeicher> medium_;
     std::unique_ptr<tn::TPVolumeFAT> volume_;
     std::string problem_;
+    std::vector<std::string> notices_;
 };
 
 /// The entries of a folder node (the root included), in the volume's order, without the volume
