@@ -275,17 +275,24 @@ TEST_F(FatCommandTest, TheDataClusterTypingReadsAFat12ThatCountsAsFat16OverTheWh
     EXPECT_EQ(Tree(ours).size(), Tree(sample).size());
 }
 
+std::string BootSector(const fs::path& image) {
+    std::ifstream in(image, std::ios::binary);
+    std::string boot(512, '\0');
+    in.read(boot.data(), 512);
+    return boot;
+}
+
 // The fields mkfs.fat decides: geometry, media, type text.
 std::string BootFields(const fs::path& image) {
-    const std::string boot = ReadAll(image).substr(0, 512);
+    const std::string boot = BootSector(image);
     return boot.substr(11, 25) + boot.substr(54, 8) + boot.substr(510, 2);
 }
 
 TEST_F(FatCommandTest, FormatLaysOutVolumesAsMkfsFatDoesAndTheyPassFsck) {
     std::mt19937 random(20241123);
-    std::vector<long long> kib = {64, 100, 1000, 2049, 4096, 4100, 4200, 8000, 9000, 20000, 65536};
-    for (int i = 0; i < 6; ++i)
-        kib.push_back(std::uniform_int_distribution<long long>(64, 120000)(random));
+    std::vector<long long> kib = {64, 100, 1000, 2049, 4096, 4100, 4200, 8000, 9000, 20000, 33000};
+    for (int i = 0; i < 4; ++i)
+        kib.push_back(std::uniform_int_distribution<long long>(64, 40000)(random));
     for (const long long k : kib) {
         SCOPED_TRACE(k);
         const fs::path ours = Path("ours.img"), theirs = Path("theirs.img");
@@ -307,7 +314,7 @@ TEST_F(FatCommandTest, FormatLaysOutVolumesAsMkfsFatDoesAndTheyPassFsck) {
         const fs::path ours = Path("ours.img"), theirs = Path("theirs.img");
         ASSERT_EQ(Fat("format " + Q(ours) + " --force --size " + std::to_string(k * 1024)).status,
                   0);
-        const int spc = static_cast<unsigned char>(ReadAll(ours)[13]);
+        const int spc = static_cast<unsigned char>(BootSector(ours)[13]);
         ASSERT_TRUE(
             tn::test::MakeFatImage(theirs, static_cast<int>(k), "-s " + std::to_string(spc)));
         EXPECT_EQ(BootFields(ours), BootFields(theirs));
