@@ -1,6 +1,8 @@
 // The primary partitions of an image, read from its first sector.
 #include <tnpackage/storage/PartitionTable.h>
 
+#include <tnpackage/storage/FatGlobals.h>
+
 namespace tn {
 
 namespace {
@@ -15,11 +17,6 @@ std::uint16_t Word(const std::uint8_t* p) {
 std::uint32_t Long(const std::uint8_t* p) {
     return static_cast<std::uint32_t>(p[0]) | static_cast<std::uint32_t>(p[1]) << 8 |
            static_cast<std::uint32_t>(p[2]) << 16 | static_cast<std::uint32_t>(p[3]) << 24;
-}
-
-// The volume's own boot-sector test: a near jump, or a short jump followed by a NOP.
-bool HasBootJump(const std::uint8_t* s) {
-    return s[0] == 0xE9 || (s[0] == 0xEB && s[2] == 0x90);
 }
 
 bool IsPowerOfTwo(unsigned v) {
@@ -81,7 +78,8 @@ PartitionTable::SectorKind PartitionTable::Classify(const void* sector, std::siz
         return SectorKind::Unknown;
     }
     const auto* s = static_cast<const std::uint8_t*>(sector);
-    const bool jump = HasBootJump(s);
+    // The volume's own boot-sector test (it only reads the sector).
+    const bool jump = IsFATSector(const_cast<std::uint8_t*>(s));
     if (jump && HasPlausibleGeometry(s)) return SectorKind::FatBootSector;
     if (HasSignature(s) && HasPlausibleTable(s)) return SectorKind::BootRecord;
     // A jump without usable geometry and without a table: the volume's own test still takes it,

@@ -1,0 +1,97 @@
+#!/usr/bin/env bash
+# Side by side, tnpkg fat and mtools on the same images:
+#   - extracting every file of a full 4 MiB FAT12 image and of a 64 MiB FAT16 image with
+#     10,000 files in nested folders (tnpkg fat get --to vs mcopy -s),
+#   - listing them (tnpkg fat ls -R vs mdir -/),
+#   - writing a folder of 500 small files (tnpkg fat put vs mcopy -s),
+#   - writing one file of 1,000 and one of 4,000 clusters (their time ratio should stay below 5).
+# Each timing is the best of three runs. Needs mkfs.fat, mtools and python3; builds tnpkg
+# (RelWithDebInfo) in build/bench-fat unless TNPKG names a built one.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+export MTOOLS_SKIP_CHECK=1 LC_ALL=C.UTF-8 PATH="$PATH:/usr/sbin:/sbin"
+
+if [[ -z "${TNPKG:-}" ]]; then
+  cmake -S . -B build/bench-fat -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo \
+        -DTN_BUILD_TESTS=OFF >/dev/null
+  cmake --build build/bench-fat --target tnpkg >/dev/null
+  TNPKG=build/bench-fat/tools/tnpkg/tnpkg
+fi
+WORK=$(mktemp -d)
+trap 'rm -rf "$WORK"' EXIT
+
+# Best wall-clock time of three runs of a command, in seconds; `prepare` runs before each.
+best() {
+  local prepare=$1; shift
+  local best=""
+  for _ in 1 2 3; do
+    eval "$prepare"
+    local start end
+    start=$(date +%s.%N)
+    "$@" >/dev/null 2>&1
+    end=$(date +%s.%N)
+    best=$(python3 -c "t=$end-$start; b='$best'; print(min(t, float(b)) if b else t)")
+  done
+  printf '%.3f' "$best"
+}
+
+row() {  # label, tnpkg seconds, mtools seconds
+  python3 -c "print(f'{\"$1\":<44} {$2:>8.3f} s {$3:>8.3f} s   x{$3/$2:5.1f}')"
+}
+
+python3 - "$WORK" <<'EOF'
+import os, random, sys
+work = sys.argv[1]
+random.seed(11)
+def tree(root, folders, per_folder, sizes):
+    n = 0
+    for a in range(folders[0]):
+        for b in range(folders[1]):
+            d = os.path.join(root, f"Ordner {a:02d}", f"Unterordner {b}")
+            os.makedirs(d, exist_ok=True)
+            for _ in range(per_folder):
+                n += 1
+                size = random.choice(sizes)
+                with open(os.path.join(d, f"Datei mit langem Namen {n:05d}.txt"), "wb") as f:
+                    f.write(bytes((i * 7 + n) % 256 for i in range(size)))
+tree(os.path.join(work, "tree10k"), (20, 10), 50, [0, 1, 100, 511, 512, 513, 2000, 4096, 9000])
+tree(os.path.join(work, "full"), (4, 4), 40, [3000, 7000, 12000, 20000])
+small = os.path.join(work, "small500")
+os.makedirs(small)
+for i in range(500):
+    with open(os.path.join(small, f"klein {i:03d}.txt"), "wb") as f:
+        f.write(bytes(random.randrange(256) for _ in range(random.randrange(1, 3000))))
+EOF
+
+# A 4 MiB FAT12 filled until it has no room left, and a 64 MiB FAT16 with 10,000 files.
+mkfs.fat -C -F 12 "$WORK/full12.img" 4096 >/dev/null
+mcopy -s -i "$WORK/full12.img" "$WORK/full"/* ::/ >/dev/null 2>&1 || true
+mkfs.fat -C -F 16 "$WORK/big16.img" 65536 >/dev/null
+mcopy -s -i "$WORK/big16.img" "$WORK/tree10k"/* ::/
+
+echo "                                               tnpkg      mtools    tnpkg faster"
+for image in full12 big16; do
+  t=$(best "rm -rf '$WORK/out'" "$TNPKG" fat get "$WORK/$image.img" / --to "$WORK/out" --quiet)
+  m=$(best "rm -rf '$WORK/out'; mkdir '$WORK/out'" mcopy -s -n -i "$WORK/$image.img" '::/*' "$WORK/out")
+  row "extract all files of $image (get / mcopy -s)" "$t" "$m"
+  t=$(best ":" "$TNPKG" fat ls -R "$WORK/$image.img")
+  m=$(best ":" mdir -/ -i "$WORK/$image.img" ::/)
+  row "list all of $image (ls -R / mdir -/)" "$t" "$m"
+done
+
+t=$(best "mkfs.fat -C -F 12 '$WORK/put.img' 4096 >/dev/null 2>&1 || { rm -f '$WORK/put.img'; mkfs.fat -C -F 12 '$WORK/put.img' 4096 >/dev/null; }" \
+    "$TNPKG" fat put "$WORK/put.img" "$WORK/small500" --quiet)
+m=$(best "rm -f '$WORK/put.img'; mkfs.fat -C -F 12 '$WORK/put.img' 4096 >/dev/null" \
+    mcopy -s -i "$WORK/put.img" "$WORK/small500" ::/)
+row "write 500 small files (put / mcopy -s)" "$t" "$m"
+
+# One sector per cluster: 1,000 and 4,000 clusters of 512 bytes in a 2 MiB FAT12.
+head -c $((1000 * 512)) /dev/urandom >"$WORK/c1000.bin"
+head -c $((4000 * 512)) /dev/urandom >"$WORK/c4000.bin"
+for n in 1000 4000; do
+  t=$(best "rm -f '$WORK/w.img'; mkfs.fat -C -F 12 -s 1 '$WORK/w.img' 2060 >/dev/null" \
+      "$TNPKG" fat put "$WORK/w.img" "$WORK/c$n.bin")
+  eval "w$n=$t"
+  echo "write one file of $n clusters (tnpkg fat put): $t s"
+done
+python3 -c "print(f'ratio 4,000 / 1,000 clusters: {$w4000/$w1000:.2f} (must stay below 5)')"

@@ -1,0 +1,44 @@
+// A fresh FAT12 or FAT16 volume for a new memory image or card image, laid out as mkfs.fat lays
+// out a volume of the same size (hard-disk style: media 0xF8, two FATs, 512 root entries,
+// clusters from 4 sectors up), so that fsck.fat, mtools and the instrument agree on it.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace tnpkg {
+
+struct FatGeometry {
+    std::uint32_t totalSectors = 0;  // sectors the volume covers (a multiple of the track)
+    std::uint16_t reservedSectors = 1;
+    std::uint8_t sectorsPerCluster = 4;
+    std::uint16_t sectorsPerFat = 0;
+    std::uint16_t rootEntries = 512;
+    std::uint16_t sectorsPerTrack = 32;
+    std::uint16_t heads = 2;
+    std::uint32_t dataClusters = 0;
+    int fatBits = 12;  // 12 or 16
+};
+
+/// Smallest and largest image `fat format` makes (larger ones would be FAT32 for mkfs.fat).
+inline constexpr std::uint64_t kFormatMinBytes = 64 * 1024;
+inline constexpr std::uint64_t kFormatMaxBytes = 512ull * 1024 * 1024 - 1;
+
+/// The layout of a volume filling `bytes` bytes, or nothing when no FAT12/FAT16 layout fits.
+/// The cluster count never lands where the volume's two ways of typing a FAT (by data clusters,
+/// or by total sectors over sectors per cluster) would disagree: such a volume gets the next
+/// cluster size instead.
+std::optional<FatGeometry> ChooseFatGeometry(std::uint64_t bytes);
+
+/// The first sectors of the volume: boot sector, both FATs and the root directory (with the
+/// label entry when `label` is not empty; `label` is Windows-1252, at most 11 bytes, already
+/// checked). Everything after them is zero on a fresh volume.
+std::vector<unsigned char> FatSystemArea(const FatGeometry& g, const std::string& label,
+                                         std::uint32_t serial, std::uint32_t fatDateTime);
+
+/// Why `label` cannot be a volume label, or empty when it can (then `label` is upper-cased).
+std::string CheckVolumeLabel(std::string& label);
+
+}  // namespace tnpkg
