@@ -18,11 +18,12 @@ case "$(u16 "$dll" $(($(u32 "$dll" 60) + 4)))" in
 esac
 
 # The export table's names ("[ n] name" lines after "[Ordinal/Name Pointer] Table"), demangled.
-# 32-bit C++ names may carry the extra leading underscore of the i386 symbol convention.
+# The i686 c++filt would strip a leading underscore (that target's C symbol prefix) and then
+# fail to demangle, so it is told not to; a doubled underscore is reduced to one.
 exports=$("$triplet-objdump" -p "$dll" |
   sed -n '/\[Ordinal\/Name Pointer\] Table/,/^$/p' |
   sed -n 's/^[[:space:]]*\[[[:space:]]*[0-9]*\][[:space:]]*//p' |
-  sed 's/^__Z/_Z/' | "$triplet-c++filt")
+  sed "s/^__Z/_Z/" | "$triplet-c++filt" --no-strip-underscore)
 
 count=$(grep -c . <<<"$exports" || true)
 missing=0
