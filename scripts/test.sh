@@ -5,10 +5,12 @@
 # cross-compiled with MinGW-w64 and run under Wine, and the 32-bit DLL (the form existing host
 # programs load) built and its exports checked. Warnings are errors here (TN_WERROR).
 set -euo pipefail
+trap 'echo "test.sh: failed at line $LINENO" >&2' ERR
 cd "$(dirname "$0")/.."
 bash scripts/deps.sh
 jobs=$(nproc)
 wine=/usr/lib/wine/wine64  # Debian's wine64 loader; not on PATH
+wineserver=/usr/lib/wine/wineserver
 
 # configure <build dir> <cmake options...>
 configure() {
@@ -43,10 +45,13 @@ windows64() {
   if [ ! -f "$prefix/system.reg" ]; then
     "$wine" wineboot --init >/dev/null 2>&1 || true
   fi
-  /usr/lib/wine/wineserver -p
-  trap '/usr/lib/wine/wineserver -k 2>/dev/null || true' EXIT
+  # Replace the server wineboot left behind (it would refuse a second one) by a persistent one.
+  "$wineserver" -k 2>/dev/null || true
+  "$wineserver" -w
+  "$wineserver" -p
+  trap '"$wineserver" -k 2>/dev/null || true' EXIT
   run_tests "$dir"
-  /usr/lib/wine/wineserver -k 2>/dev/null || true
+  "$wineserver" -k 2>/dev/null || true
   trap - EXIT
   unset WINEDEBUG WINEPREFIX WINEDLLOVERRIDES
 }
