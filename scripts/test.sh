@@ -50,6 +50,9 @@ windows64() {
   "$wineserver" -w
   "$wineserver" -p
   trap '"$wineserver" -k 2>/dev/null || true' EXIT
+  # Wine's helper processes (services, devices) live as long as the server; started here, they
+  # do not hold on to the output pipe of the first test program, which ctest waits to close.
+  "$wine" cmd /c exit </dev/null >/dev/null 2>&1 || true
   run_tests "$dir"
   "$wineserver" -k 2>/dev/null || true
   trap - EXIT
