@@ -1,7 +1,11 @@
 // tnPackage: the shared library of the flight recorder's desktop programs.
 //
-// One include for everything; all names live in namespace tn.
+// One include for everything; all names live in namespace tn. A host may include <windows.h>
+// before it: the Win32 macros that clash with our names (CreateFile, DeleteFile, min, ...) are
+// set aside while our headers are read and restored afterwards (WindowsMacrosPush.h).
 #pragma once
+
+#include <tnpackage/WindowsMacrosPush.h>
 
 #include <tnpackage/BuildConfig.h>
 #include <tnpackage/Export.h>
@@ -69,3 +73,5 @@
 #include <tnpackage/util/Rounding.h>
 #include <tnpackage/util/TPLogFile.h>
 #include <tnpackage/util/zkFloat.h>
+
+#include <tnpackage/WindowsMacrosPop.h>

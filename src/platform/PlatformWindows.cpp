@@ -1,5 +1,6 @@
 // Windows implementation of the platform layer: the real message boxes, the system clock and
-// the Win32 file functions.
+// the Win32 file functions. TN_NO_DIALOGS=1 turns the boxes into lines on standard error and
+// every question into "no", as on POSIX, so that an automated run never waits for a click.
 #include "platform/Platform.h"
 
 #define WIN32_LEAN_AND_MEAN
@@ -10,20 +11,41 @@
 #undef ReplaceFile
 
 #include <algorithm>
+#include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
 
 namespace tn::platform {
 
+namespace {
+
+bool DialogsSuppressed() {
+    char value[8] = {};
+    const DWORD n = GetEnvironmentVariableA("TN_NO_DIALOGS", value, sizeof value);
+    return n > 0 && n < sizeof value && std::strcmp(value, "0") != 0;
+}
+
+}  // namespace
+
 void ShowInformation(const char* text) {
+    if (DialogsSuppressed()) {
+        std::fprintf(stderr, "%s\n", text ? text : "");
+        return;
+    }
     MessageBoxA(nullptr, text ? text : "", "Information", MB_OK | MB_ICONINFORMATION);
 }
 
 void ShowWarning(const char* text, const char* caption) {
+    if (DialogsSuppressed()) {
+        std::fprintf(stderr, "%s: %s\n", caption ? caption : "Warning", text ? text : "");
+        return;
+    }
     MessageBoxA(nullptr, text ? text : "", caption, MB_OK | MB_ICONEXCLAMATION);
 }
 
 int AskYesNo(const char* text, const char* caption, bool withCancel) {
+    if (DialogsSuppressed()) return kAnswerNo;
     const UINT style =
         withCancel ? (MB_YESNOCANCEL | MB_ICONQUESTION) : (MB_YESNO | MB_ICONWARNING);
     return MessageBoxA(nullptr, text ? text : "", caption, style);
@@ -110,7 +132,9 @@ FileHandle FromHandle(HANDLE h) {
     return h == INVALID_HANDLE_VALUE ? kInvalidFile : reinterpret_cast<FileHandle>(h);
 }
 
-HANDLE ToHandle(FileHandle file) { return reinterpret_cast<HANDLE>(file); }
+HANDLE ToHandle(FileHandle file) {
+    return reinterpret_cast<HANDLE>(file);
+}
 
 FileHandle OpenWith(const char* path, DWORD access, DWORD disposition) {
     if (path == nullptr || *path == '\0') return kInvalidFile;

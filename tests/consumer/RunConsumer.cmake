@@ -1,27 +1,60 @@
-# Installs the built package into a scratch prefix, then configures, builds and runs a small
-# project that finds it with find_package(tnpackage CONFIG REQUIRED) and through pkg-config.
+# Installs the built package into a scratch prefix and moves it elsewhere (an installed tree
+# must not depend on where it was installed), then configures, builds and runs a small project
+# that finds it with find_package(tnpackage CONFIG REQUIRED); natively also a program built
+# with the flags pkg-config gives. A cross build (TN_TOOLCHAIN) runs its programs through
+# TN_EMULATOR ("|"-separated).
+function(run what)
+  execute_process(COMMAND ${ARGN} RESULT_VARIABLE rc OUTPUT_VARIABLE out ERROR_VARIABLE err)
+  message("${out}")
+  if(rc)
+    message(FATAL_ERROR "${what} failed (${rc}):\n${err}")
+  endif()
+  set(out "${out}" PARENT_SCOPE)
+endfunction()
+
+string(REPLACE "|" ";" emulator "${TN_EMULATOR}")
 file(REMOVE_RECURSE ${TN_WORK_DIR})
-set(prefix ${TN_WORK_DIR}/prefix)
-execute_process(COMMAND ${CMAKE_COMMAND} --install ${TN_BUILD_DIR} --prefix ${prefix}
-                RESULT_VARIABLE rc)
-if(rc)
-  message(FATAL_ERROR "install failed: ${rc}")
+run("install" ${CMAKE_COMMAND} --install ${TN_BUILD_DIR} --prefix ${TN_WORK_DIR}/installed)
+set(prefix ${TN_WORK_DIR}/moved)
+file(RENAME ${TN_WORK_DIR}/installed ${prefix})
+
+set(configure ${CMAKE_COMMAND} -S ${TN_CONSUMER_SOURCE} -B ${TN_WORK_DIR}/build -G ${TN_GENERATOR}
+              -DCMAKE_PREFIX_PATH=${prefix})
+if(TN_TOOLCHAIN)
+  list(APPEND configure -DCMAKE_TOOLCHAIN_FILE=${TN_TOOLCHAIN} -DCMAKE_FIND_ROOT_PATH=${prefix})
 endif()
-execute_process(COMMAND ${CMAKE_COMMAND} -S ${TN_CONSUMER_SOURCE} -B ${TN_WORK_DIR}/build
-                        -G ${TN_GENERATOR} -DCMAKE_PREFIX_PATH=${prefix}
-                RESULT_VARIABLE rc)
-if(rc)
-  message(FATAL_ERROR "consumer configure failed: ${rc}")
+run("consumer configure" ${configure})
+run("consumer build" ${CMAKE_COMMAND} --build ${TN_WORK_DIR}/build)
+file(GLOB programs ${TN_WORK_DIR}/build/*consumer*)
+list(FILTER programs EXCLUDE REGEX "\\.(dll|manifest)$")
+if(NOT programs)
+  message(FATAL_ERROR "no consumer program was built")
 endif()
-execute_process(COMMAND ${CMAKE_COMMAND} --build ${TN_WORK_DIR}/build RESULT_VARIABLE rc)
-if(rc)
-  message(FATAL_ERROR "consumer build failed: ${rc}")
-endif()
-execute_process(COMMAND ${TN_WORK_DIR}/build/consumer RESULT_VARIABLE rc OUTPUT_VARIABLE out)
-message("${out}")
-if(rc)
-  message(FATAL_ERROR "consumer run failed: ${rc}")
-endif()
-if(NOT EXISTS ${prefix}/lib/pkgconfig/tnpackage.pc AND NOT EXISTS ${prefix}/lib64/pkgconfig/tnpackage.pc)
+foreach(program ${programs})
+  run("${program}" ${emulator} ${program})
+endforeach()
+
+file(GLOB_RECURSE pc ${prefix}/*/tnpackage.pc)
+if(NOT pc)
   message(FATAL_ERROR "pkg-config file not installed")
 endif()
+if(TN_TOOLCHAIN)
+  return()
+endif()
+get_filename_component(pcdir ${pc} DIRECTORY)
+set(pkgconfig ${CMAKE_COMMAND} -E env PKG_CONFIG_PATH=${pcdir} pkg-config)
+run("pkg-config" ${pkgconfig} --variable=prefix tnpackage)
+string(STRIP "${out}" pcprefix)
+file(REAL_PATH ${pcprefix} pcprefix)
+file(REAL_PATH ${prefix} realprefix)
+if(NOT pcprefix STREQUAL realprefix)
+  message(FATAL_ERROR "pkg-config prefix ${pcprefix} is not the moved prefix ${realprefix}")
+endif()
+run("pkg-config" ${pkgconfig} --cflags --libs tnpackage)
+separate_arguments(flags UNIX_COMMAND "${out}")
+run("pkg-config libdir" ${pkgconfig} --variable=libdir tnpackage)
+string(STRIP "${out}" libdir)
+run("compile with pkg-config's flags"
+    ${TN_CXX_COMPILER} -std=c++20 ${TN_CONSUMER_SOURCE}/main.cpp ${flags} -Wl,-rpath,${libdir}
+    -o ${TN_WORK_DIR}/pkgconfig-consumer)
+run("pkg-config consumer" ${TN_WORK_DIR}/pkgconfig-consumer)

@@ -21,6 +21,7 @@ std::string Crc(const std::string& arguments) {
 }
 
 TEST(CrcCommand, PresetsParametersInputsAndBadUsage) {
+    TN_REQUIRE_SHELL();
     if (std::string(TN_TNPKG_PATH).empty()) GTEST_SKIP() << "tnpkg is not built";
     // Arguments, then the expected CRC of the check text.
     for (const std::string c :

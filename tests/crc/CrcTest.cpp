@@ -212,6 +212,7 @@ TEST(CreateCRC16, MatchesPythonAndTheByteStep) {
     const std::string file = (tn::test::ScratchFolder() / "hqx.bin").string();
     std::ofstream(file, std::ios::binary).write(reinterpret_cast<const char*>(data.data()), 70000);
     const std::string lengths = "1 2 7 8 9 15 16 17 100 1023 65536 70000";
+    TN_REQUIRE_SHELL();
     const tn::test::ToolResult python = tn::test::RunCommand(
         "python3 -c \"import binascii, sys; d = open(sys.argv[1], 'rb').read(); "
         "print(*[binascii.crc_hqx(d[:int(n)], 0) for n in sys.argv[2:]])\" '" +

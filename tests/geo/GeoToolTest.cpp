@@ -7,6 +7,7 @@
 #include "support/RunTool.h"
 
 TEST(GeoTool, DistCourseCoord) {
+    TN_REQUIRE_SHELL();
     if (std::string(TN_TNPKG_PATH).empty()) GTEST_SKIP() << "tnpkg is not built";
     const std::pair<const char*, const char*> outputs[] = {
         {"dist 47 11 48 11", "111195\n"},             // 6371000 m * pi / 180 = 111194.93 m

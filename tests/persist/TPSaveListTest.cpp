@@ -12,6 +12,7 @@
 #include <random>
 
 #include "support/DeviceWindow.h"
+#include "support/Platform.h"
 #include "support/RunTool.h"
 #include "support/Scratch.h"
 #include "support/WarningCapture.h"
@@ -164,7 +165,8 @@ TEST(TPSaveList, SaveHeaderWrites512Bytes) {
     const tn::TPDateTime previousReset = tn::ResetTime;
     tn::ResetTime = tn::TPDateTime(31, 12, 2011) + tn::TPDateTime(23, 59, 50, 0);
     tn::ZehntelTimer = 80;
-    EXPECT_EQ(TPSaveList().SaveHeader(file, buffer.data(), -2, "Segelflug"), 512);
+    EXPECT_EQ(TPSaveList().SaveHeader(tn::test::OsHandle(file), buffer.data(), -2, "Segelflug"),
+              512);
     tn::ZehntelTimer = previousTimer;
     tn::ResetTime = previousReset;
     ::close(file);
@@ -275,6 +277,7 @@ TEST(LoadObject, ScansRandomBytesSafely) {
 }
 
 TEST(RecordsCommand, ListsTheLiveRecordsOfAFile) {
+    TN_REQUIRE_SHELL();
     std::vector<unsigned char> image(89, 0);
     PutRecord(&image[0], 25, 1, 28, 0x7FFF, 0x31C3);  // CRC-16/XMODEM of "123456789"
     PutRecord(&image[28], 25, 1, 28, 0x3FFF);

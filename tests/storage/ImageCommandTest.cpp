@@ -21,6 +21,7 @@ class ImageCommandTest : public ::testing::Test {
 };
 
 TEST_F(ImageCommandTest, CreateLoadDumpSaveInfoAndFailures) {
+    TN_REQUIRE_SHELL();
     ASSERT_EQ(Tool("create MEM --size 40").status, 0);
     std::ofstream(Path("text.bin"), std::ios::binary) << "Hallo Welt";
     ASSERT_EQ(Tool("load MEM FILE --offset 3", "text.bin").status, 0);

@@ -9,6 +9,7 @@
 #include <iterator>
 #include <tuple>
 
+#include "support/Platform.h"
 #include "support/Scratch.h"
 #include "support/WarningCapture.h"
 
@@ -170,7 +171,7 @@ TEST_F(TPSpeicherTest, RelativeFolderIsMadeBelowTheProgramFolderButUsedAsGiven) 
     fs::current_path(dir_);
     tn::ProgramDir = Path("prog").c_str();
     tn::SpeicherPfad = "images";
-    EXPECT_STREQ(TPImageSpeicher("REL", 0).FileName.c_str(), "images/REL.DAT");
+    EXPECT_EQ(TPImageSpeicher("REL", 0).FileName.c_str(), tn::test::NativePath("images/REL.DAT"));
     EXPECT_TRUE(fs::is_directory(dir_ / "prog" / "images"));
     EXPECT_FALSE(fs::exists(dir_ / "images"));  // not in the current folder
     fs::current_path(savedCurrent);

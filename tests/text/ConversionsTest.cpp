@@ -18,6 +18,7 @@ std::string Decoded(const std::string& s) {
 }
 
 TEST(Conversions, CodePagesAgreeWithIconvAndConvertInPlace) {
+    TN_REQUIRE_SHELL();
     for (const char* page : {"CP850", "CP437"}) {
         const std::string oem = RunReference(std::string("iconv -f CP1252 -t ") + page, kLetters);
         ASSERT_EQ(oem.size(), kLetters.size()) << page;
@@ -44,6 +45,7 @@ TEST(Conversions, CodePagesAgreeWithIconvAndConvertInPlace) {
 }
 
 TEST(Conversions, Utf8AndHtmlAgreeWithIconv) {
+    TN_REQUIRE_SHELL();
     const std::string utf32 = RunReference("iconv -f CP1252 -t UTF-32BE", kLetters + kDegree);
     ASSERT_EQ(utf32.size(), 32u);
     for (std::size_t i = 0; i < 8; ++i) {
@@ -119,6 +121,7 @@ TEST(Conversions, SpellingsHtmlAndUrlFormsStopAtTheirWorkBuffers) {
 // Python's table of HTML 4: each name whose character Windows-1252 has decodes to that byte
 // (the non-breaking space to a plain one), the others stay.
 TEST(Conversions, DecodingKnowsTheNamedReferencesOfHtml4) {
+    TN_REQUIRE_SHELL();
     std::istringstream table(
         RunReference("python3 -c \"import html.entities as e\n"
                      "for n, c in sorted(e.name2codepoint.items()):\n"
@@ -201,6 +204,7 @@ constexpr const char* kPythonUtf8Cases =
     "    print(s.hex() + ':' + out.hex())\"";
 
 TEST(ConversionsFuzz, Utf8DecoderAgreesWithPythonOnRandomAndTruncatedInput) {
+    TN_REQUIRE_SHELL();
     std::istringstream cases(RunReference(kPythonUtf8Cases, ""));
     int count = 0;
     for (std::string line; std::getline(cases, line); ++count) {

@@ -9,6 +9,7 @@
 namespace {
 
 TEST(DateCommandTest, ReadsTextsAndFatDatesShowsTheClockAndRefusesBadUsage) {
+    TN_REQUIRE_SHELL();
     // Status and output; text that does not fit gives 0, bad usage 2.
     const std::pair<const char*, const char*> runs[] = {
         {"date 150712103045 33", "0 41105.438020833 150712103045\n"},

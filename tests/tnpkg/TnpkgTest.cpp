@@ -8,6 +8,7 @@
 using tn::test::RunTool;
 
 TEST(Tnpkg, HelpVersionAndUsageErrors) {
+    TN_REQUIRE_SHELL();
     const auto help = RunTool("--help");
     EXPECT_EQ(help.status, 0);
     EXPECT_NE(help.output.find("demo"), std::string::npos);
@@ -26,6 +27,7 @@ TEST(Tnpkg, HelpVersionAndUsageErrors) {
 }
 
 TEST(Tnpkg, DemoRunsCleanly) {
+    TN_REQUIRE_SHELL();
     const auto demo = RunTool("demo", true);
     EXPECT_EQ(demo.status, 0) << demo.output;
     EXPECT_NE(demo.output.find("== TPString"), std::string::npos);

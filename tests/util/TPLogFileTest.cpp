@@ -2,13 +2,12 @@
 // line the string class leaves in it.
 #include <tnpackage/tnpackage.h>
 
-#include <sys/mman.h>
-
 #include <cmath>
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
 
+#include "support/Platform.h"
 #include "support/Scratch.h"
 
 namespace {
@@ -83,19 +82,19 @@ TEST_F(TPLogFileTest, LinesEndInCrLfBetweenOpeningAndClosingLinesAndOpeningAppen
     EXPECT_EQ(ReadFile(fresh), kOpening + kClosing);
 
     tn::IDERun = false;
-    ::setenv(TPLogFile::kDevelopmentVariable, "1", 1);  // marks the development environment
-    fs::create_directories(dir_ / "taken.log");         // a folder where the file should be
+    tn::test::SetEnv(TPLogFile::kDevelopmentVariable, "1");  // marks the development environment
+    fs::create_directories(dir_ / "taken.log");              // a folder where the file should be
     TPLogFile(Path("taken.log").c_str(), false).TimeWrite("ins Leere");
-    ::unsetenv(TPLogFile::kDevelopmentVariable);
+    tn::test::UnsetEnv(TPLogFile::kDevelopmentVariable);
     EXPECT_TRUE(tn::IDERun);
     EXPECT_TRUE(fs::is_empty(dir_ / "taken.log"));
 }
 
 TEST_F(TPLogFileTest, AStringFaultLeavesALineInTheLogWhileOneExists) {
     // A page that exists but cannot be read stands for a bad text pointer.
-    void* page = ::mmap(nullptr, 4096, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-    ASSERT_NE(page, MAP_FAILED);
-    const auto fault = [&] { EXPECT_TRUE(tn::TPString(static_cast<char*>(page), 0).IsEmpty()); };
+    const tn::test::UnreadablePage page;
+    ASSERT_NE(page.get(), nullptr);
+    const auto fault = [&] { EXPECT_TRUE(tn::TPString(page.get(), 0).IsEmpty()); };
     tn::LogFile = nullptr;
     fault();  // no log: nothing happens
     {
@@ -105,7 +104,6 @@ TEST_F(TPLogFileTest, AStringFaultLeavesALineInTheLogWhileOneExists) {
     }
     EXPECT_EQ(tn::LogFile, nullptr);  // the log cleared the pointer as it closed
     EXPECT_EQ(ReadFile(Path("fault.log")), kOpening + "TP-String-Exception\r\n" + kClosing);
-    ::munmap(page, 4096);
 }
 
 }  // namespace

@@ -1,0 +1,11 @@
+# Shared part of the MinGW-w64 toolchain files; TN_MINGW_TRIPLET is set by the includer.
+set(CMAKE_SYSTEM_NAME Windows)
+set(CMAKE_C_COMPILER ${TN_MINGW_TRIPLET}-gcc-posix)
+set(CMAKE_CXX_COMPILER ${TN_MINGW_TRIPLET}-g++-posix)
+set(CMAKE_RC_COMPILER ${TN_MINGW_TRIPLET}-windres)
+# Appended, so that a prefix given with -DCMAKE_FIND_ROOT_PATH (an installed package) counts too.
+list(APPEND CMAKE_FIND_ROOT_PATH /usr/${TN_MINGW_TRIPLET})
+set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
+set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
+set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
+set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
