@@ -23,3 +23,7 @@ echo "Windows cross-build: ok"
 run build/test -DCMAKE_BUILD_TYPE=RelWithDebInfo -DTN_BUILD_BENCH=ON
 ASAN_OPTIONS=detect_leaks=1:abort_on_error=1 UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 \
   run build/sanitize -DCMAKE_BUILD_TYPE=Debug -DTN_SANITIZE=ON
+
+# Fuzz targets: a few seconds each under AddressSanitizer and UndefinedBehaviorSanitizer
+# (scripts/fuzz.sh runs them for longer).
+bash scripts/fuzz.sh --smoke
