@@ -65,6 +65,8 @@ bool ReadIGCAngle(const std::string& s, std::size_t at, int degreeDigits, char p
     return true;
 }
 
+// A value that rounds to zero thousandths is printed with the positive letter: zero read back
+// is positive, and the fix must read back to the same text.
 std::string IGCAngle(std::int32_t units, int degreeDigits, char plus, char minus) {
     const std::int64_t magnitude = units < 0 ? -std::int64_t{units} : std::int64_t{units};
     const std::int64_t thousandths =
@@ -73,7 +75,7 @@ std::string IGCAngle(std::int32_t units, int degreeDigits, char plus, char minus
     std::snprintf(text, sizeof text, "%0*lld%0*lld%c", degreeDigits,
                   static_cast<long long>(thousandths / kThousandthsPerDegree), kMinuteDigits,
                   static_cast<long long>(thousandths % kThousandthsPerDegree),
-                  units < 0 ? minus : plus);
+                  units < 0 && thousandths > 0 ? minus : plus);
     return text;
 }
 

@@ -100,6 +100,9 @@ TEST(TSKoordinate, TextForms) {
     EXPECT_STREQ(TSKoordinate(TPString(" 3352123s15112345w "), 0).IGCString().c_str(),
                  "3352123S15112345W");
     EXPECT_STREQ(TSKoordinate(479999999, -1800000000).IGCString().c_str(), "4800000N18000000W");
+    // Below half a thousandth of a minute the letter is the positive one, as zero reads back.
+    EXPECT_STREQ(TSKoordinate(-83, -47).IGCString().c_str(), "0000000N00000000E");
+    EXPECT_STREQ(TSKoordinate(-84, -84).IGCString().c_str(), "0000001S00000001W");
     for (int t = 0; t < 60000 * 2; t += 7) {  // every few thousandths of two degrees round-trip
         char text[32];
         std::snprintf(text, sizeof text, "%02d%05dS%03d%05dE", 10 + t / 60000, t % 60000,
