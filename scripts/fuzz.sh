@@ -4,7 +4,7 @@
 #
 #   scripts/fuzz.sh                  each target for an hour (FUZZ_SECONDS to change it)
 #   scripts/fuzz.sh --smoke          each target for a few seconds (the test run uses this)
-#   scripts/fuzz.sh --runs N         each target for N executions
+#   scripts/fuzz.sh --runs N         each target for N executions (at most the time above)
 #   scripts/fuzz.sh --seconds N      each target for N seconds
 #   scripts/fuzz.sh ... NAME...      only these targets (DateTime, Markup, ...)
 #
@@ -53,7 +53,7 @@ for name in "${names[@]}"; do
   seeds=()
   [ -d "fuzz/corpus/$name" ] && seeds=("fuzz/corpus/$name")
   limit=(-max_total_time="$seconds")
-  [ -n "$runs" ] && limit=(-runs="$runs")
+  [ -n "$runs" ] && limit+=(-runs="$runs")
   echo "== $name"
   log="$dir/$name.log"
   if ! nice -n 19 "$dir/fuzz/${name}Fuzz" "${limit[@]}" -print_final_stats=1 \
