@@ -4,6 +4,7 @@
 #include <tnpackage/geo/TSKoordinate.h>
 
 #include <cctype>
+#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <string>
@@ -111,7 +112,8 @@ bool ReadMarkupDegrees(std::string s, double& degrees) {
             }
             char* end = nullptr;
             parts[count++] = std::strtod(number.c_str(), &end);
-            if (end == nullptr || *end != '\0') return false;
+            // A number too long for a double is no angle.
+            if (end == nullptr || *end != '\0' || !std::isfinite(parts[count - 1])) return false;
             continue;
         }
         if (c == 'N' || c == 'E' || c == 'O' || c == 'S' || c == 'W') {

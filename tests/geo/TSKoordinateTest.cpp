@@ -127,9 +127,10 @@ TEST(TSKoordinate, TextForms) {
     EXPECT_EQ(TSKoordinate(TPString("-12.5"), TPString("8,25 O"), kmHTML),
               TSKoordinate(-125000000, 82500000));
     EXPECT_TRUE(warnings.Texts().empty());
-    for (const char* bad : {"47&deg;61'N", "N 47 S", "hallo"})
+    const std::string tooLong = "1" + std::string(400, '0');  // beyond every double
+    for (const char* bad : {"47&deg;61'N", "N 47 S", "hallo", tooLong.c_str()})
         EXPECT_EQ(TSKoordinate::HTMLKoordinate(TPString(bad)), 0.0) << bad;
-    EXPECT_EQ(warnings.Texts().size(), 3u);
+    EXPECT_EQ(warnings.Texts().size(), 4u);
 }
 
 TEST(TSKoordinate, VolksloggerForm) {
