@@ -83,4 +83,8 @@ step "Windows, 64 bit, tests under Wine"
 windows64
 step "Windows, 32 bit, DLL and exports"
 windows32
+# Fuzz targets: a few seconds each under AddressSanitizer and UndefinedBehaviorSanitizer
+# (scripts/fuzz.sh runs them for longer).
+step "Fuzz targets, smoke run"
+bash scripts/fuzz.sh --smoke
 step "all green"

@@ -4,6 +4,7 @@
 #include <tnpackage/geo/TSKoordinate.h>
 
 #include <cctype>
+#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <string>
@@ -65,6 +66,8 @@ bool ReadIGCAngle(const std::string& s, std::size_t at, int degreeDigits, char p
     return true;
 }
 
+// A value that rounds to zero thousandths is printed with the positive letter: zero read back
+// is positive, and the fix must read back to the same text.
 std::string IGCAngle(std::int32_t units, int degreeDigits, char plus, char minus) {
     const std::int64_t magnitude = units < 0 ? -std::int64_t{units} : std::int64_t{units};
     const std::int64_t thousandths =
@@ -73,7 +76,7 @@ std::string IGCAngle(std::int32_t units, int degreeDigits, char plus, char minus
     std::snprintf(text, sizeof text, "%0*lld%0*lld%c", degreeDigits,
                   static_cast<long long>(thousandths / kThousandthsPerDegree), kMinuteDigits,
                   static_cast<long long>(thousandths % kThousandthsPerDegree),
-                  units < 0 ? minus : plus);
+                  units < 0 && thousandths > 0 ? minus : plus);
     return text;
 }
 
@@ -109,7 +112,8 @@ bool ReadMarkupDegrees(std::string s, double& degrees) {
             }
             char* end = nullptr;
             parts[count++] = std::strtod(number.c_str(), &end);
-            if (end == nullptr || *end != '\0') return false;
+            // A number too long for a double is no angle.
+            if (end == nullptr || *end != '\0' || !std::isfinite(parts[count - 1])) return false;
             continue;
         }
         if (c == 'N' || c == 'E' || c == 'O' || c == 'S' || c == 'W') {

@@ -174,7 +174,7 @@ TPString zkFormatFloat(TPString format, zkFloat extended) {
 }
 
 TPString MeinFormat(TPString format, double value) {
-    return zkFormatFloat(format, value);
+    return zkFormatFloat(format, static_cast<zkFloat>(value));
 }
 
 }  // namespace tn

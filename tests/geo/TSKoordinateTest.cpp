@@ -100,6 +100,9 @@ TEST(TSKoordinate, TextForms) {
     EXPECT_STREQ(TSKoordinate(TPString(" 3352123s15112345w "), 0).IGCString().c_str(),
                  "3352123S15112345W");
     EXPECT_STREQ(TSKoordinate(479999999, -1800000000).IGCString().c_str(), "4800000N18000000W");
+    // Below half a thousandth of a minute the letter is the positive one, as zero reads back.
+    EXPECT_STREQ(TSKoordinate(-83, -47).IGCString().c_str(), "0000000N00000000E");
+    EXPECT_STREQ(TSKoordinate(-84, -84).IGCString().c_str(), "0000001S00000001W");
     for (int t = 0; t < 60000 * 2; t += 7) {  // every few thousandths of two degrees round-trip
         char text[32];
         std::snprintf(text, sizeof text, "%02d%05dS%03d%05dE", 10 + t / 60000, t % 60000,
@@ -124,9 +127,10 @@ TEST(TSKoordinate, TextForms) {
     EXPECT_EQ(TSKoordinate(TPString("-12.5"), TPString("8,25 O"), kmHTML),
               TSKoordinate(-125000000, 82500000));
     EXPECT_TRUE(warnings.Texts().empty());
-    for (const char* bad : {"47&deg;61'N", "N 47 S", "hallo"})
+    const std::string tooLong = "1" + std::string(400, '0');  // beyond every double
+    for (const char* bad : {"47&deg;61'N", "N 47 S", "hallo", tooLong.c_str()})
         EXPECT_EQ(TSKoordinate::HTMLKoordinate(TPString(bad)), 0.0) << bad;
-    EXPECT_EQ(warnings.Texts().size(), 3u);
+    EXPECT_EQ(warnings.Texts().size(), 4u);
 }
 
 TEST(TSKoordinate, VolksloggerForm) {

@@ -10,10 +10,10 @@ namespace {
 
 TEST(DateCommandTest, ReadsTextsAndFatDatesShowsTheClockAndRefusesBadUsage) {
     TN_REQUIRE_SHELL();
-    // Status and output; text that does not fit gives 0, bad usage 2.
+    // Status and output; text that does not fit the form is a failure, bad usage 2.
     const std::pair<const char*, const char*> runs[] = {
         {"date 150712103045 33", "0 41105.438020833 150712103045\n"},
-        {"date nonsense 32", "0 0.000000000 311299000000\n"},
+        {"date nonsense 32", "1 "},
         {"date --fat 0x3F9FBF7D", "0 31.12.2011 23:59:58 40908.999976852\n"},
         {"date --fat 0x100000000", "2 "},
         {"date 150712 x", "2 "},

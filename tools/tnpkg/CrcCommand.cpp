@@ -17,6 +17,7 @@
 #endif
 
 #include "Command.h"
+#include "Progress.h"
 
 namespace tnpkg {
 namespace {
@@ -58,7 +59,7 @@ const Preset kPresets[] = {
 
 constexpr const char* kUsage =
     "usage: tnpkg crc [--preset NAME | --width W --poly P [--reflected]]\n"
-    "                 [--init I] [--xorout X] [--xorin B] [FILE...]\n"
+    "                 [--init I] [--xorout X] [--xorin B] [--quiet] [FILE...]\n"
     "\n"
     "Prints one line per input: \"0x\", the CRC in upper-case hexadecimal with width/4 digits\n"
     "(rounded up), two blanks and the file name. Without a FILE, or for the name \"-\", the\n"
@@ -82,7 +83,8 @@ constexpr const char* kUsage =
     "                     (the register moves by width - 8 bits per byte).\n"
     "--init I, --xorout X start value and final XOR (default: all ones at width 32, else 0);\n"
     "                     for table and Hyperstone presets they replace the preset's values.\n"
-    "--xorin B            a byte XORed into every input byte before use (default 0).\n";
+    "--xorin B            a byte XORed into every input byte before use (default 0).\n"
+    "--quiet              no progress line (it shows on a terminal while inputs are read).\n";
 
 // A whole number in [low, high], or nothing.
 std::optional<long long> Number(const std::optional<std::string>& text, long long low,
@@ -196,32 +198,53 @@ std::uint32_t Compute(const Calculation& calc, const tn::TPCRC* crc,
     return crc->Create(data.data(), n);
 }
 
-bool ReadAll(std::FILE* in, std::vector<unsigned char>& data) {
-    unsigned char buffer[1 << 16];
+// The progress line of a run: which input of how many, and how far it has been read.
+struct Reading {
+    Progress& progress;
+    std::size_t index, count;
+    const std::string& name;
+
+    void Show(std::uint64_t done, std::uint64_t total) const {
+        std::string item =
+            "(" + std::to_string(index + 1) + "/" + std::to_string(count) + ") " + name;
+        progress.Update(done, total, item);
+    }
+};
+
+bool ReadAll(std::FILE* in, std::vector<unsigned char>& data, std::uint64_t total,
+             const Reading& reading) {
+    std::vector<unsigned char> buffer(1 << 20);
     std::size_t n = 0;
-    while ((n = std::fread(buffer, 1, sizeof buffer, in)) > 0) {
-        data.insert(data.end(), buffer, buffer + n);
+    while ((n = std::fread(buffer.data(), 1, buffer.size(), in)) > 0) {
+        data.insert(data.end(), buffer.begin(), buffer.begin() + static_cast<std::ptrdiff_t>(n));
+        reading.Show(data.size(), total);
     }
     return std::ferror(in) == 0;
 }
 
-bool ReadInput(const std::string& name, std::vector<unsigned char>& data) {
+bool ReadInput(const std::string& name, std::vector<unsigned char>& data, const Reading& reading) {
     if (name == kStandardInput) {
 #ifdef _WIN32
         _setmode(_fileno(stdin), _O_BINARY);
 #endif
-        return ReadAll(stdin, data);
+        return ReadAll(stdin, data, 0, reading);
     }
     std::FILE* file = std::fopen(name.c_str(), "rb");
     if (file == nullptr) return false;
-    const bool ok = ReadAll(file, data);
+    std::uint64_t total = 0;
+    if (std::fseek(file, 0, SEEK_END) == 0) {
+        const long end = std::ftell(file);
+        total = end > 0 ? static_cast<std::uint64_t>(end) : 0;
+        std::rewind(file);
+    }
+    const bool ok = ReadAll(file, data, total, reading);
     std::fclose(file);
     return ok;
 }
 
 int RunCrc(const std::vector<std::string>& words) {
     Args args(words, {"--preset", "--width", "--poly", "--init", "--xorout", "--xorin"});
-    args.AllowFlags({"--reflected"});
+    args.AllowFlags({"--reflected", "--quiet"});
     if (!args.Problem().empty()) return UsageError(kName, args.Problem());
     std::string problem;
     const Calculation calc = Choose(args, problem);
@@ -238,19 +261,24 @@ int RunCrc(const std::vector<std::string>& words) {
     std::vector<std::string> inputs = args.Positional();
     if (inputs.empty()) inputs.push_back(kStandardInput);
     int status = kSuccess;
-    for (const std::string& name : inputs) {
+    Progress progress("crc", args.Flag("--quiet"));
+    for (std::size_t i = 0; i < inputs.size(); ++i) {
+        const std::string& name = inputs[i];
         std::vector<unsigned char> data;
-        if (!ReadInput(name, data)) {
+        if (!ReadInput(name, data, {progress, i, inputs.size(), name})) {
+            progress.Finish();
             std::fprintf(stderr, "tnpkg crc: cannot read '%s'\n", name.c_str());
             status = kFailure;
             continue;
         }
         if (data.size() > static_cast<std::size_t>(std::numeric_limits<int>::max())) {
+            progress.Finish();
             std::fprintf(stderr, "tnpkg crc: '%s' is larger than 2 GiB\n", name.c_str());
             status = kFailure;
             continue;
         }
         const std::uint32_t value = Compute(calc, crc.get(), data);
+        progress.Finish();
         std::printf("0x%0*X  %s\n", digits, static_cast<unsigned>(value), name.c_str());
     }
     return status;

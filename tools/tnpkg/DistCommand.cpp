@@ -14,8 +14,10 @@ int RunDist(const std::vector<std::string>& words) {
     args.AllowFlags({});
     if (!args.Problem().empty()) return UsageError("dist", args.Problem());
     long long mode = tn::DistanzModus;
-    if (const auto text = args.Option("--mode"); text && !ParseInteger(*text, mode)) {
-        return UsageError("dist", "--mode needs a whole number");
+    if (const auto text = args.Option("--mode");
+        text && (!ParseInteger(*text, mode) ||
+                 (mode != 1 && mode != 2 && mode != 3 && mode != 4 && mode != 100))) {
+        return UsageError("dist", "--mode must be 1, 2, 3, 4 or 100");
     }
     std::vector<tn::TSKoordinate> points;
     std::string problem;
@@ -36,7 +38,7 @@ const CommandRegistration reg(
      "text (4728123N01134567E) or two decimal numbers, latitude and longitude in degrees\n"
      "(north and east positive).\n\n"
      "  --mode N   formula: 1 flat earth, 2 law of cosines (default), 3 the historical\n"
-     "             formula, 4 haversine, 100 WGS84 ellipsoid; any other number gives 0\n",
+     "             formula, 4 haversine, 100 WGS84 ellipsoid\n",
      RunDist, true});
 
 }  // namespace
