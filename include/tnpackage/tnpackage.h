@@ -44,11 +44,14 @@
 #include <tnpackage/geo/TSKoordinate.h>
 
 // Device memory and FAT volume.
+#include <tnpackage/storage/Drives.h>
 #include <tnpackage/storage/FatGlobals.h>
+#include <tnpackage/storage/PartitionTable.h>
 #include <tnpackage/storage/TPDateiInfo.h>
 #include <tnpackage/storage/TPDateiSpeicher.h>
 #include <tnpackage/storage/TPDirEintrag.h>
 #include <tnpackage/storage/TPDirList.h>
+#include <tnpackage/storage/TPDriveLayout.h>
 #include <tnpackage/storage/TPFile.h>
 #include <tnpackage/storage/TPImageSpeicher.h>
 #include <tnpackage/storage/TPSpeicher.h>

@@ -54,6 +54,39 @@ bool ReplaceFile(const char* from, const char* to);
 /// Size of a file in bytes, or -1.
 std::int64_t FileSize(const char* path);
 
+// ---- drives and volumes ---------------------------------------------------------------------
+/// Whether the system itself names its drives by letters (Windows). Elsewhere a letter names a
+/// drive only through the package's drive map.
+bool HasDriveLetters();
+/// The system's drive letters as a bit mask, bit 0 for A; 0 where the system has none.
+std::uint32_t LogicalDrives();
+
+/// What the system tells about the file system that holds a folder, in the terms of the Windows
+/// volume-information and drive-type queries.
+struct VolumeDetails {
+    bool known = false;  ///< the volume information could be obtained
+    std::string label;   ///< Windows-1252
+    std::uint32_t serial = 0;
+    std::uint32_t maxComponentLength = 0;
+    std::uint32_t flags = 0;      ///< Windows FILE_* volume flag bits
+    std::string fileSystem;       ///< upper-case like Windows: "FAT32", "EXT4", ...
+    std::uint32_t driveType = 1;  ///< Windows drive type code; 1: no such root
+};
+/// `folder`: a drive root such as "E:\" on Windows, or any existing folder.
+VolumeDetails QueryVolume(const char* folder);
+
+/// The device to ask for the partition layout of the disk that holds `folder`: Windows "\\.\X:"
+/// of the folder's volume; POSIX the whole-disk block device (e.g. "/dev/sdb"), or the mount's
+/// source when the file system has no block device. Empty when the folder is not found.
+std::string DriveDevice(const char* folder);
+
+enum class LayoutQuery { Unsupported, OpenFailed, QueryFailed, Done };
+/// The Windows drive-layout query (IOCTL_DISK_GET_DRIVE_LAYOUT) of `device` into `buffer`;
+/// `returned` gets the byte count. Unsupported where the system has no such query (the caller
+/// then reads the master boot record itself).
+LayoutQuery QueryDriveLayout(const char* device, void* buffer, std::uint32_t size,
+                             std::uint32_t& returned);
+
 // ---- file handles ---------------------------------------------------------------------------
 // Byte-level file access for memory images and logs. A handle is a plain integer so that it can
 // live in a public field; kInvalidFile marks a failed open.
@@ -84,7 +117,7 @@ bool IsAbsolutePath(const char* path);
 
 /// A handle that is closed when it goes out of scope.
 class ScopedFile {
-public:
+  public:
     explicit ScopedFile(FileHandle file) noexcept : file_(file) {}
     ~ScopedFile() { FileClose(file_); }
     ScopedFile(const ScopedFile&) = delete;
@@ -93,7 +126,7 @@ public:
     FileHandle get() const noexcept { return file_; }
     bool IsOpen() const noexcept { return file_ != kInvalidFile; }
 
-private:
+  private:
     FileHandle file_;
 };
 
