@@ -61,6 +61,8 @@
 #include <tnpackage/storage/TP_FATList.h>
 
 // Flash memory model.
+#include <tnpackage/flash/FlashChipPair.h>
+#include <tnpackage/flash/TFlash.h>
 
 // Utilities.
 #include <tnpackage/util/Reflect.h>

@@ -45,12 +45,25 @@ void TPSaveObject::ReAktiv() {
     State = static_cast<std::uint16_t>(State & 0x5555);
 }
 
+namespace {
+
+// Whether a device address lies in the window mapped at the flash base: the range from the
+// base up to the address is then one window, and windows never overlap.
+bool InFlashWindow(std::uint32_t address) {
+    return address >= DeviceAddressSpace::kFlashBase &&
+           DeviceAddressSpace::ToHost(DeviceAddressSpace::kFlashBase,
+                                      address - DeviceAddressSpace::kFlashBase + 2) != nullptr;
+}
+
+}  // namespace
+
 void TPSaveObject::Delete() {
-    if (detail::flashWordProgrammer == nullptr || !DeviceAddressSpace::InInstrumentRange(this)) {
-        return;
-    }
+    if (detail::flashWordProgrammer == nullptr) return;
     const auto stateAddress = DeviceAddressSpace::ToDevice(&State);
-    if (stateAddress) detail::flashWordProgrammer(*stateAddress, DeleteSaveObject(State));
+    if (!stateAddress) return;
+    if (DeviceAddressSpace::InInstrumentRange(this) || InFlashWindow(*stateAddress)) {
+        detail::flashWordProgrammer(*stateAddress, DeleteSaveObject(State));
+    }
 }
 
 void TPSaveObject::Save(int& address, const TPWriter& writer) {

@@ -138,8 +138,11 @@ TEST(TPSaveObject, DeleteProgramsOnlyRecordsInTheInstrumentsFlash) {
     (new (low.At(0x00200000)) TPSaveObject(1, 16, 1))->Delete();  // below the instrument
     auto* inFlash = new (instrument.At(0x60000020)) TPSaveObject(1, 16, 1);
     inFlash->Delete();
+    tn::test::DeviceWindow window(0x20800000, 64), above(0x20800040, 64);
+    (new (window.At(0x20800010)) TPSaveObject(1, 16, 1))->Delete();  // the flash window
+    (new (above.At(0x20800040)) TPSaveObject(1, 16, 1))->Delete();   // another window
     tn::detail::flashWordProgrammer = previous;
-    EXPECT_EQ(programmed, (decltype(programmed){{0x6000002A, 0x3FFF}}));          // the state word
+    EXPECT_EQ(programmed, (decltype(programmed){{0x6000002A, 0x3FFF}, {0x2080001A, 0x3FFF}}));
     EXPECT_EQ((Words{inFlash->State, ordinary.State}), (Words{0x7FFF, 0x7FFF}));  // flash does it
 }
 

@@ -54,8 +54,9 @@ class TN_EXPORT TPSaveObject : public TPObject {
 
     /// True when the record is LIVE (the name says otherwise; every reader relies on this).
     bool Deleted() const;
-    /// Clears the next state bit in place, but only for a record in the instrument's flash while
-    /// the flash is present; a record anywhere else is not changed.
+    /// Clears the next state bit in place, but only for a record in the instrument's flash (the
+    /// instrument's range or the flash window) while the flash is present; a record anywhere
+    /// else is not changed.
     void Delete();
     /// Clears every state bit at an even ladder index, in memory only (0x3FFF becomes 0x1555).
     void ReAktiv();
