@@ -15,7 +15,9 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <cstring>
 #include <string>
+#include <vector>
 
 #include "storage/FileIOInternal.h"
 #include "storage/SpeicherMessages.h"
@@ -83,15 +85,20 @@ bool TPDateiManager::ProgramFileCopy(int address, TPDateiInfo* file, const char*
     // mapped device memory.
     const std::int64_t size = std::max(file->FileSize, 0);
     const std::int64_t start = std::int64_t{RAMMaximum} - size;
-    const std::int64_t length = std::max<std::int64_t>(CopyLength(file), 1);
     if (size == 0 || start < 0) return false;
     void* host = DeviceAddressSpace::ToHost(static_cast<std::uint32_t>(start),
-                                            static_cast<std::uint32_t>(length));
+                                            static_cast<std::uint32_t>(size));
     if (host == nullptr) {
-        fileio::WarnUnmapped(static_cast<std::uint32_t>(start), length);
+        fileio::WarnUnmapped(static_cast<std::uint32_t>(start), size);
         return false;
     }
-    if (!file->FileCopy(host, false) || !CheckLoaded(file, host)) return false;
+    // The volume copies whole even lengths; the byte an odd file would add behind RAMMaximum
+    // stays in the staging copy.
+    std::vector<unsigned char> staging(static_cast<std::size_t>(CopyLength(file)) + 1);
+    if (!file->FileCopy(staging.data(), false)) return false;
+    std::memcpy(host, staging.data(),
+                static_cast<std::size_t>(std::min<std::int64_t>(size, CopyLength(file))));
+    if (!CheckLoaded(file, host)) return false;
     if (size >= ProgramSizeMax) return false;
     if (Flash == nullptr) {
         Warning(TPString("Programmkopie: kein Flash angelegt", 0));
