@@ -45,8 +45,10 @@ void SetNames(TPDirEintrag* node, const char* longName) {
     if (longName != nullptr && *longName != '\0') {
         node->Name = fat::Text(longName);
         node->Name2 = fat::Text(shortName);
+        node->Name2.OEM2Ansi();
     } else {
         node->Name = fat::Text(shortName);
+        node->Name.OEM2Ansi();
         node->Name2 = TPString();
     }
 }
@@ -512,7 +514,26 @@ std::int64_t TPVolumeFAT::FindEntrySlots(TPVerzeichnisInfo* dir, int slots) {
         c = GetCluster(c);
     }
     if (!IsDataCluster(last)) return 0;
-    // The folder is full: it grows by a cleared cluster.
+    // The folder is full: it grows by a cleared cluster. Its unused slots become deleted ones
+    // first, since a first byte of 0 would end the folder before the new cluster.
+    if (!IsDataCluster(GetFreeCluster(false))) {
+        fat::WarnVolumeFull(DriveLetter);
+        return 0;
+    }
+    int lastCopy = last;
+    const std::int64_t lastAddress = static_cast<std::uint32_t>(ClusterAdresse(lastCopy));
+    for (int i = 0; i < SectorsPerCluster; ++i) {
+        const std::int64_t s = lastAddress + std::int64_t{i} * BytesPerSector;
+        if (!ReadBuffered(s)) return 0;
+        bool changed = false;
+        for (int off = 0; off < BytesPerSector; off += fat::kEntrySize) {
+            if (sectorBuffer_[off] == fat::kEndOfDirectory) {
+                sectorBuffer_[off] = fat::kDeleted;
+                changed = true;
+            }
+        }
+        if (changed) WriteSector(s, sectorBuffer_);
+    }
     const int added = AllocateCluster();
     if (added < 0) return 0;
     SetCluster(last, added);

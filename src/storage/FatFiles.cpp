@@ -62,6 +62,22 @@ TPFile::TPFile() : Buffer(new unsigned char[512]()) {}
 
 TPFile::~TPFile() {
     if (Written && File != nullptr) File->SaveEntry(true);
+    // A file that stayed empty gives back the cluster it got when it was created, so that the
+    // volume stays consistent (a size of 0 owns no cluster).
+    TPVolumeFAT* volume = File != nullptr ? File->Volume : nullptr;
+    if (volume != nullptr && File->FileSize == 0 && File->EntryAddress != 0 &&
+        volume->IsDataCluster(File->FirstCluster) && volume->GetCluster(File->FirstCluster) != 0 &&
+        volume->IsChainEnd(volume->GetCluster(File->FirstCluster))) {
+        volume->SetCluster(File->FirstCluster, 0);
+        File->FirstCluster = 0;
+        File->SaveEntry(true);
+        volume->WriteClusterBuffer();
+    } else if (volume != nullptr && File->FileSize == 0 && File->FirstCluster == 0 &&
+               volume->IsDataCluster(Cluster) && volume->IsChainEnd(volume->GetCluster(Cluster))) {
+        // Opening an empty file gave this record a cluster the file never took over.
+        volume->SetCluster(Cluster, 0);
+        volume->WriteClusterBuffer();
+    }
     delete[] Buffer;
 }
 
@@ -198,6 +214,8 @@ int TPVolumeFAT::FileRead(TPFile* f, char* data, int count) {
     if (FATBuffer == nullptr || f == nullptr || f->File == nullptr) return 0;
     std::int64_t n = std::int64_t{f->File->FileSize} - f->Position;
     if (count >= 0 && n > count) n = count;
+    // No file holds more than the data area: a corrupt size never walks a looping chain long.
+    n = std::min<std::int64_t>(n, std::int64_t{std::max(dataLimit_ - 2, 0)} * ClusterSize);
     if (n < 1 || f->Position < 0) return 0;
     const std::int64_t z = BytesPerSector;
     std::int64_t off = f->Position % z;

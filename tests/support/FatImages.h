@@ -12,6 +12,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -85,6 +86,48 @@ inline bool MakeDir(const std::filesystem::path& image, const std::string& fatPa
 
 inline bool DeleteFile(const std::filesystem::path& image, const std::string& fatPath) {
     return Mtools("mdel -i " + Shell(image.string()) + " " + Shell("::" + fatPath)).status == 0;
+}
+
+/// Writes a tree into the image with one mcopy: `dirs` ("/A", "/A/B", UTF-8) and `files`
+/// ("/A/NAME" to content). Parent folders of files are created as needed.
+inline bool PutTree(const std::filesystem::path& image, const std::vector<std::string>& dirs,
+                    const std::map<std::string, std::string>& files) {
+    const std::filesystem::path stage = image.string() + ".stage";
+    std::filesystem::remove_all(stage);
+    std::filesystem::create_directories(stage);
+    for (const std::string& d : dirs)
+        std::filesystem::create_directories(stage.string() + d);
+    for (const auto& [path, content] : files) {
+        const std::filesystem::path host = stage.string() + path;
+        std::filesystem::create_directories(host.parent_path());
+        std::ofstream out(host, std::ios::binary);
+        out.write(content.data(), static_cast<std::streamsize>(content.size()));
+    }
+    const bool ok =
+        Mtools("sh -c " + Shell("cd " + Shell(stage.string()) + " && mcopy -s -o -i " +
+                                Shell(std::filesystem::absolute(image).string()) + " * ::/"))
+            .status == 0;
+    std::filesystem::remove_all(stage);
+    return ok;
+}
+
+/// Every file of the image with its bytes, as one "mcopy -s" extracts them ("/A/NAME", UTF-8).
+inline std::map<std::string, std::string> ExtractAll(const std::filesystem::path& image) {
+    std::map<std::string, std::string> files;
+    const std::filesystem::path out = image.string() + ".out";
+    std::filesystem::remove_all(out);
+    std::filesystem::create_directories(out);
+    Mtools("mcopy -s -n -i " + Shell(image.string()) + " '::*' " + Shell(out.string() + "/"));
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(out)) {
+        if (!entry.is_regular_file()) continue;
+        const std::string path =
+            "/" + std::filesystem::relative(entry.path(), out).generic_string();
+        std::ifstream in(entry.path(), std::ios::binary);
+        files[path] =
+            std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+    }
+    std::filesystem::remove_all(out);
+    return files;
 }
 
 /// The bytes of `fatPath` as mcopy reads them.

@@ -30,7 +30,9 @@ class TN_EXPORT TPFile {
 
     /// A 512-byte buffer, position 0, no cluster, no file.
     TPFile();
-    /// Saves the node's entry (keeping its date) when something was written.
+    /// Saves the node's entry (keeping its date) when something was written. A file that is
+    /// still empty gives back the cluster it was created with (or that this record took for
+    /// it), so that a size of 0 owns no cluster.
     ~TPFile();
     TPFile(const TPFile&) = delete;
     TPFile& operator=(const TPFile&) = delete;

@@ -85,7 +85,9 @@ class TN_EXPORT TPVolumeFAT {
     /// n and then go through the 12-bit packing as well. Entries outside the buffer: nothing.
     void SetCluster(int n, int value);
     /// The lowest free cluster from 2 below ClusterCount (marked end of chain when `allocate`),
-    /// or -1.
+    /// or -1. The search starts at a lowest-free hint that SetCluster and ReadClusterBuffer
+    /// keep; code that frees entries by writing FATBuffer directly calls ReadClusterBuffer or
+    /// SetCluster instead.
     int GetFreeCluster(bool allocate);
     /// ClusterBase + n x cluster size; n 0 first takes a free cluster into n.
     int ClusterAdresse(int& n);
@@ -162,6 +164,8 @@ class TN_EXPORT TPVolumeFAT {
     // ---- for the write layer (not part of the on-media rules) ---------------------------------
     /// First cluster number past the data area (data clusters + 2).
     std::int32_t DataClusterLimit() const { return dataLimit_; }
+    /// Whether a FAT value ends a chain (12-bit: negative; 16-bit: 0xFFF8 and above).
+    bool IsChainEnd(int value) const { return value < 0 || value >= 0xFFF8; }
     /// Whether cluster n lies inside the data area.
     bool IsDataCluster(std::int64_t n) const { return n >= 2 && n < dataLimit_; }
     /// Whether the `length` bytes at medium `address` lie in the data area of this volume.
