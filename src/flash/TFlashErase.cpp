@@ -23,9 +23,7 @@ constexpr int kEraseWait = 100;
 constexpr int kLongWait = 400000;
 constexpr std::uint32_t kIdentityWord = 0x58;  // checked once more when a chip erase timed out
 
-std::uint32_t SectorOf(std::uint64_t address) {
-    return static_cast<std::uint32_t>(address) & kSectorMask;
-}
+constexpr std::int64_t kSectorMask64 = ~std::int64_t{TFlash::kSectorSize - 1};
 
 }  // namespace
 
@@ -54,9 +52,13 @@ bool TFlash::SectorErase(void* address, int length, int mode) {
 }
 
 bool TFlash::SectorErase(int address, int length, int mode) {
+    // Signed like the addresses of the device: a range that ends before it begins (length 0 at
+    // address 0) issues no sector command at all.
     const auto start = static_cast<std::uint32_t>(address);
-    const std::uint32_t first = SectorOf(start);
-    const std::uint32_t last = SectorOf(std::uint64_t{start} + length - 1);
+    const std::int64_t firstSector = std::int64_t{address} & kSectorMask64;
+    const std::int64_t lastSector = (std::int64_t{address} + length - 1) & kSectorMask64;
+    const auto first = static_cast<std::uint32_t>(firstSector);
+    const auto last = static_cast<std::uint32_t>(lastSector);
     sectorBase_ = first;
     Delay(kEraseWait);
 
@@ -76,7 +78,7 @@ bool TFlash::SectorErase(int address, int length, int mode) {
         kept[i] = static_cast<char>(LoadByte(keptFrom + static_cast<std::uint32_t>(i)));
 
     EraseSetup(first);
-    for (std::uint64_t sector = first; sector <= last; sector += kSectorSize) {
+    for (std::int64_t sector = firstSector; sector <= lastSector; sector += kSectorSize) {
         Store(static_cast<std::uint32_t>(sector), kSectorErase);
         if (OnSectorErase != nullptr) OnSectorErase();
     }
@@ -252,19 +254,29 @@ void TFlash::WriteSector(int offset, void* source) {
 }
 
 void TFlash::ReadBlock(void* destination, std::int64_t address) {
-    if (address < 0 || address > Size - kBlockSize) {
-        storage::WarnOutsideBuffer(address, kBlockSize);
+    const int blocks = std::max(1, BlockSize / kBlockSize);
+    if (destination == nullptr) return;
+    if (address < 0 || address > std::int64_t{Size} - std::int64_t{blocks} * kBlockSize) {
+        storage::WarnOutsideBuffer(address, std::int64_t{blocks} * kBlockSize);
         return;
     }
-    ReadSector(static_cast<int>(address), destination);
+    for (int i = 0; i < blocks; ++i) {
+        ReadSector(static_cast<int>(address) + i * kBlockSize,
+                   static_cast<char*>(destination) + i * kBlockSize);
+    }
 }
 
 void TFlash::WriteBlock(const void* source, std::int64_t address) {
-    if (address < 0 || address > Size - kBlockSize) {
-        storage::WarnOutsideBuffer(address, kBlockSize);
+    const int blocks = std::max(1, BlockSize / kBlockSize);
+    if (source == nullptr) return;
+    if (address < 0 || address > std::int64_t{Size} - std::int64_t{blocks} * kBlockSize) {
+        storage::WarnOutsideBuffer(address, std::int64_t{blocks} * kBlockSize);
         return;
     }
-    WriteSector(static_cast<int>(address), const_cast<void*>(source));
+    for (int i = 0; i < blocks; ++i) {
+        WriteSector(static_cast<int>(address) + i * kBlockSize,
+                    const_cast<char*>(static_cast<const char*>(source)) + i * kBlockSize);
+    }
 }
 
 bool TFlash::SaveFAT() {

@@ -98,9 +98,13 @@ class TN_EXPORT TFlash : public TPSpeicher {
     /// Not supported: always false.
     bool Formatieren(int);
 
-    /// The FAT volume's sector access: ReadSector / WriteSector at that byte address.
+    /// The FAT volume's sector access: BlockSize bytes at that byte address, moved as
+    /// ReadSector / WriteSector blocks of 512. A block outside the image is reported and not
+    /// moved.
     void ReadBlock(void* destination, std::int64_t address) override;
     void WriteBlock(const void* source, std::int64_t address) override;
+    /// The image size.
+    std::int64_t MediumSize() const override { return Size; }
 
     /// The simulated chips behind the window.
     FlashChipPair& Chips() { return chips_; }

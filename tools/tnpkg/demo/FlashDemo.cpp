@@ -1,0 +1,87 @@
+// Demo: a record is saved into the simulated flash chips, deleted in place and its sector erased.
+#include <tnpackage/tnpackage.h>
+
+#include <chrono>
+#include <cstdio>
+#include <filesystem>
+#include <string>
+#include <system_error>
+#include <vector>
+
+#include "Demo.h"
+
+namespace tnpkg {
+namespace {
+
+namespace fs = std::filesystem;
+
+struct Glider : tn::TPSaveObject {
+    char callsign[8] = {'D', '-', 'K', 'X', 'Y', 'Z', 0, 0};
+    Glider() : tn::TPSaveObject(7, 24, 1) {}
+};
+
+class Finder : public tn::TPSaveList {
+  public:
+    std::vector<tn::TPSaveObject*> found;
+    int AddData(tn::TPSaveObject* r) override {
+        found.push_back(r);
+        return 1;
+    }
+};
+
+void PrintCycles(const tn::FlashChipPair& chips, int chip) {
+    std::printf("  %s chip saw:", chip == tn::FlashChipPair::kLow ? "low " : "high");
+    for (const auto& c : chips.Cycles(chip))
+        std::printf(" %X:%02X", static_cast<unsigned>(c.address), c.value);
+    std::printf("\n");
+}
+
+void ShowFlash() {
+    using namespace tn;
+    const fs::path folder =
+        fs::temp_directory_path() /
+        ("tnpkg-flash-demo-" +
+         std::to_string(std::chrono::steady_clock::now().time_since_epoch().count()));
+    const TPString savedFolder = SpeicherPfad;
+    const TPWarningHook savedHook = OnWarning;
+    SpeicherPfad = folder.string().c_str();
+    OnWarning = [](TPString) {};  // the record writer announces itself once
+    {
+        TFlash flash(2 * TFlash::kSectorSize);
+        std::printf("new TFlash: %d bytes at device 0x%08X, two chips of %d sectors\n", flash.Size,
+                    static_cast<unsigned>(TFlash::kBase), flash.Chips().Sectors());
+        Glider glider;
+        flash.Write(&glider, -1);
+        std::printf("Write(record, -1): %d bytes programmed, writer now at %d\n",
+                    static_cast<int>(flash.Chips().ProgrammedBytes()), flash.Writer());
+        Finder finder;
+        finder.LoadRegion(flash.Buffer, static_cast<std::size_t>(flash.Size), 1);
+        TPSaveObject* record = finder.found.empty() ? nullptr : finder.found.front();
+        if (record != nullptr) {
+            std::printf("  found type %u at device 0x%08X, state 0x%04X, checksum %s\n",
+                        record->Type, DeviceAddressSpace::ToDevice(record).value_or(0),
+                        record->State, record->CheckSumValid() ? "valid" : "invalid");
+            record->Delete();
+            std::printf("Delete() in place: state 0x%04X, live: %s (no erase)\n", record->State,
+                        record->Deleted() ? "yes" : "no");
+        }
+        flash.Chips().ClearCycles();
+        const bool erased =
+            flash.SectorErase(static_cast<int>(TFlash::kBase), TFlash::kSectorSize, 0);
+        std::printf("SectorErase(sector 0) = %s; first word now 0x%04X\n",
+                    erased ? "true" : "false",
+                    static_cast<unsigned>(static_cast<unsigned char>(flash.Buffer[0]) |
+                                          static_cast<unsigned char>(flash.Buffer[1]) << 8));
+        PrintCycles(flash.Chips(), FlashChipPair::kLow);
+        PrintCycles(flash.Chips(), FlashChipPair::kHigh);
+    }
+    OnWarning = savedHook;
+    SpeicherPfad = savedFolder;
+    std::error_code ec;
+    fs::remove_all(folder, ec);
+}
+
+const DemoRegistration flashDemo({85, "Flash memory model", ShowFlash});
+
+}  // namespace
+}  // namespace tnpkg
