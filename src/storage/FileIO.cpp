@@ -118,6 +118,7 @@ void CloseAll() {
         auto* record = static_cast<TPFile*>(openFiles->Items[i]);
         if (record == nullptr) continue;
         record->Written = false;
+        record->File = nullptr;
         delete record;
     }
     delete openFiles;
