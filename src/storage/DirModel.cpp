@@ -96,6 +96,12 @@ bool WriteNewEntry(TPDirEintrag* node, TPVerzeichnisInfo* parent, const TPString
             : 0;
     const std::int64_t first = volume->FindEntrySlots(parent, 1 + pieces);
     if (first == 0) return false;
+    // Growing the parent may have taken the last free cluster.
+    if (node->Type == TPDirEintrag::kDirectory &&
+        !volume->IsDataCluster(volume->GetFreeCluster(false))) {
+        fat::WarnVolumeFull(volume->DriveLetter);
+        return false;
+    }
     node->NewEntry(parent, nullptr, 0, 0, 0, static_cast<short>(node->Type));
     int address = static_cast<int>(first + fat::kEntrySize * std::int64_t{1 + pieces});
     char* p = reinterpret_cast<char*>(shortName);

@@ -191,20 +191,29 @@ bool TPVolumeFAT::LoadFileSector(TPFile* f) {
     return true;
 }
 
-void TPVolumeFAT::StoreFileSector(TPFile* f, std::int64_t address, const char* data, int n) {
+bool TPVolumeFAT::StoreFileSector(TPFile* f, std::int64_t address, const char* data, int n) {
     const std::int64_t z = BytesPerSector;
     const std::int64_t sector = address - address % z;
+    // A data area that does not start on a sector boundary (a corrupt root size) would put the
+    // bytes across two sectors or the sector start into the root: nothing is written then.
+    if (address % z + n > z || !InDataArea(sector, z)) {
+        fat::Warn("FAT: Sektor " + fat::Hex(sector) +
+                  " liegt au\xDF"
+                  "erhalb der Daten");
+        return false;
+    }
     if (address == sector && n >= z) {
         f->EnsureBuffer(BytesPerSector);
         f->BufferedAddress = static_cast<std::int32_t>(sector);
     } else if (!LoadFileSector(f)) {
-        return;
+        return false;
     }
     std::memcpy(f->Buffer + address % z, data, static_cast<std::size_t>(n));
     if (f->BufferedAddress != sector) Warning(TPString("Wieso?", 0));
     f->BufferedAddress = static_cast<std::int32_t>(sector);
     ForgetSector(sector);
     Medium->WriteBlock(f->Buffer, sector);
+    return true;
 }
 
 // ---- read and write
@@ -269,7 +278,9 @@ int TPVolumeFAT::FileWrite(TPFile* f, char* data, int count, bool saveEntry) {
             fat::WarnVolumeFull(DriveLetter);
             break;
         }
-        StoreFileSector(f, f->SectorAddress + off, data + done, static_cast<int>(chunk));
+        if (!StoreFileSector(f, f->SectorAddress + off, data + done, static_cast<int>(chunk))) {
+            break;
+        }
         done += static_cast<int>(chunk);
         remaining -= chunk;
         f->Position += static_cast<std::int32_t>(chunk);

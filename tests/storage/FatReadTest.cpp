@@ -39,7 +39,7 @@ void Fill(const std::filesystem::path& image, int clusterSize) {
     }
     ASSERT_TRUE(
         tn::test::PutTree(image, {"/Ordner/Unterordner mit langem Namen/TIEF", "/LEER"}, files));
-    ASSERT_TRUE(tn::test::DeleteFile(image, "/Ordner/gone.txt"));
+    ASSERT_TRUE(tn::test::RemoveFile(image, "/Ordner/gone.txt"));
     ASSERT_TRUE(tn::test::PutFile(image, "/Ordner/after delete.txt", Pattern(100, 7)));
 }
 

@@ -174,6 +174,29 @@ TEST(FatRobustness, LoopsCyclesDepthAndBadLongNames) {
     }
 }
 
+TEST(FatRobustness, ADataAreaOffTheSectorGridIsNotWritten) {
+    TN_REQUIRE_FAT_TOOLS();
+    // 225 root entries end the root in the middle of a sector: clusters start off the grid.
+    const auto image = Filled("grid.img");
+    Patch(image, 17, {225, 0});
+    const auto before = tn::test::LoadBytes(image);
+    tn::test::WarningCapture warnings;
+    {
+        tn::test::Mounted m(image, true);
+        ASSERT_NE(m.volume->Root, nullptr);
+        tn::TPFile f;
+        tn::TPDateiInfo* node = m.volume->CreateFile(&f, "\\NEW.BIN");
+        ASSERT_NE(node, nullptr);
+        std::string data = Pattern(3000, 4);
+        EXPECT_EQ(m.volume->FileWrite(&f, data.data(), 3000, true), 0);
+        EXPECT_FALSE(warnings.Texts().empty());
+    }
+    // The end of the root (up to 9728 + 225 x 32 = 16928) shares its sector with cluster 2;
+    // it is left as it was.
+    const auto after = tn::test::LoadBytes(image);
+    EXPECT_TRUE(std::equal(before.begin() + 16384, before.begin() + 16928, after.begin() + 16384));
+}
+
 TEST(FatRobustness, RandomCorruptionNeverCrashes) {
     TN_REQUIRE_FAT_TOOLS();
     const auto image = Filled("random.img");

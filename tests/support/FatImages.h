@@ -84,7 +84,7 @@ inline bool MakeDir(const std::filesystem::path& image, const std::string& fatPa
     return Mtools("mmd -i " + Shell(image.string()) + " " + Shell("::" + fatPath)).status == 0;
 }
 
-inline bool DeleteFile(const std::filesystem::path& image, const std::string& fatPath) {
+inline bool RemoveFile(const std::filesystem::path& image, const std::string& fatPath) {
     return Mtools("mdel -i " + Shell(image.string()) + " " + Shell("::" + fatPath)).status == 0;
 }
 

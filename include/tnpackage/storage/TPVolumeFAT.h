@@ -201,7 +201,7 @@ class TN_EXPORT TPVolumeFAT {
     void ListDirectory(TPVerzeichnisInfo* dir);
     void MarkDirty(std::int64_t offset);
     bool ReadBuffered(std::int64_t address);
-    void StoreFileSector(TPFile* f, std::int64_t address, const char* data, int n);
+    bool StoreFileSector(TPFile* f, std::int64_t address, const char* data, int n);
     bool LoadFileSector(TPFile* f);
 
     friend class TPDirEintrag;
