@@ -168,7 +168,7 @@ bool TFlash::PollWord(std::uint32_t address, std::uint16_t value) {
 // Data polling of a whole word (shift -1) or of one lane (shift 0: low, 8: high): wait while
 // it reads blank, done when DQ7 shows the programmed bit, on DQ5 one more read decides.
 bool TFlash::PollLane(std::uint32_t address, std::uint16_t value, int shift) {
-    const std::uint16_t lane = shift < 0 ? 0xFFFF : static_cast<std::uint16_t>(0xFF << shift);
+    const auto lane = static_cast<std::uint16_t>(shift < 0 ? 0xFFFF : 0xFF << shift);
     const auto dq7 = static_cast<std::uint16_t>(kDQ7 & lane);
     const auto dq5 = static_cast<std::uint16_t>(kDQ5 & lane);
     constexpr int kReadsPerRound = 51;
