@@ -48,9 +48,12 @@ TEST_F(DrivesTest, LetterWithoutDriveIsReportedAsMissing) {
     EXPECT_EQ(VolInfo.DriveType, 1u);
     EXPECT_EQ(std::string(VolInfo.RootPath, 3), std::string("Q:\0", 3));
     EXPECT_STREQ(DriveTypeName(VolInfo.DriveType), "Existiert nicht!");
+#ifndef _WIN32
+    // Without the map there are no drives at all.
     EXPECT_TRUE(DrivePath('Q').IsEmpty());
     EXPECT_TRUE(DriveFilePath('Q', "X.IGC").IsEmpty());
     EXPECT_EQ(AvailableDrives(), 0u);
+#endif
 
     // The labels line up in one column; flags of 0 still show two digits.
     test::WarningCapture warnings;
