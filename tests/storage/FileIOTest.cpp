@@ -138,9 +138,11 @@ TEST_F(VFileTest, ReadOnlyAndWriteOnlyRecordsWarnWithTheirName) {
 
 TEST_F(VFileTest, OnlyMode3TruncatesAnExistingFile) {
     TN_REQUIRE_FAT_TOOLS();
-    const auto image = MakeImage(
-        "t.img", {{"/KEEP.TXT", "keep me"}, {"/RW.TXT", "read write"}, {"/CUT.TXT", "cut me"}});
-    Mount(image, 'A', true);
+    const auto image = MakeImage("t.img", {{"/KEEP.TXT", "keep me"},
+                                           {"/RW.TXT", "read write"},
+                                           {"/CUT.TXT", "cut me"},
+                                           {"/NODE.TXT", "node"}});
+    TPVolumeFAT* volume = Mount(image, 'A', true);
     FileCloseV(FileCreateV("A:\\KEEP.TXT"));
     FileCloseV(FileOpenV("A:\\RW.TXT", 2));
     const int cut = FileOpenV("A:\\CUT.TXT", 3);
@@ -152,6 +154,18 @@ TEST_F(VFileTest, OnlyMode3TruncatesAnExistingFile) {
     EXPECT_EQ(ReadFile(image, "/KEEP.TXT"), "keep me");
     EXPECT_EQ(ReadFile(image, "/RW.TXT"), "read write");
     EXPECT_EQ(ReadFile(image, "/CUT.TXT"), "");
+
+    // The node form cuts in mode 3 as well; a write that saves its entry is visible at once.
+    const int node = FileOpenV(volume->SearchFile("NODE.TXT"), 3);
+    ASSERT_GE(node, 0);
+    EXPECT_EQ(FileWriteV(node, const_cast<char*>("ab"), 2, true), 2);
+    EXPECT_EQ(ReadFile(image, "/NODE.TXT"), "ab");
+    FileCloseV(node);
+    const int rw = FileOpenV("A:\\RW.TXT", 2);
+    EXPECT_EQ(FileSeekV(rw, 4, 0), 4);
+    EXPECT_EQ(FileWriteV(rw, const_cast<char*>("-"), 1, false), 1);
+    EXPECT_EQ(ReadFile(image, "/RW.TXT"), "read-write");  // data is on the medium already
+    FileCloseV(rw);
 }
 
 TEST_F(VFileTest, RoundTripThroughASavedImageReadByMtools) {
