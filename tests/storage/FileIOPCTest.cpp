@@ -5,11 +5,17 @@
 #include <tnpackage/tnpackage.h>
 
 #include <algorithm>
+#include <chrono>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <optional>
 #include <set>
 #include <string>
+#include <thread>
+#include <utility>
+#include <vector>
 
 #ifndef _WIN32
 #include <fcntl.h>
@@ -179,6 +185,68 @@ TEST_F(VFilePCTest, WinStartBuildsTheViewerCommandByExtension) {
               std::make_pair(std::string("Notepad.exe 'x.txt'"), std::string("x.txt")));
     EXPECT_EQ(Started()[1].first, "");
 }
+
+#if !defined(_WIN32) && !defined(__APPLE__)
+// Sets environment variables for one test and restores them afterwards.
+class Environment {
+  public:
+    void Set(const char* name, const std::string& value) {
+        const char* old = std::getenv(name);
+        saved_.emplace_back(name, old != nullptr ? std::optional<std::string>(old) : std::nullopt);
+        ::setenv(name, value.c_str(), 1);
+    }
+    void Unset(const char* name) {
+        const char* old = std::getenv(name);
+        saved_.emplace_back(name, old != nullptr ? std::optional<std::string>(old) : std::nullopt);
+        ::unsetenv(name);
+    }
+    ~Environment() {
+        for (auto it = saved_.rbegin(); it != saved_.rend(); ++it) {
+            if (it->second) {
+                ::setenv(it->first.c_str(), it->second->c_str(), 1);
+            } else {
+                ::unsetenv(it->first.c_str());
+            }
+        }
+    }
+
+  private:
+    std::vector<std::pair<std::string, std::optional<std::string>>> saved_;
+};
+
+TEST_F(VFilePCTest, WinStartHandsTheFileToTheOpenerAsOneArgument) {
+    // A stand-in opener that records its arguments, found through PATH.
+    const fs::path bin = folder_ / "bin";
+    const fs::path record = folder_ / "opened.txt";
+    Write(bin / "xdg-open",
+          "#!/bin/sh\nfor a in \"$@\"; do printf '%s|' \"$a\"; done > '" + record.string() + "'\n");
+    fs::permissions(bin / "xdg-open", fs::perms::owner_all);
+    Environment env;
+    env.Set("PATH", bin.string() + ":/usr/bin:/bin");
+    env.Set("DISPLAY", ":99");
+    env.Unset("TN_NO_DIALOGS");
+
+    const std::string hostile = (folder_ / "a b'$(touch pwned)`id`.txt").string();
+    WinStart(hostile.c_str());
+    // The opener runs detached; wait for what it wrote.
+    for (int i = 0; i < 300 && Read(record) != hostile + "|"; ++i)
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    EXPECT_EQ(Read(record), hostile + "|");
+    EXPECT_FALSE(fs::exists(folder_ / "pwned"));
+    EXPECT_FALSE(fs::exists("pwned"));
+
+    // Nothing is opened for an unknown extension, without a display, or in quiet runs.
+    fs::remove(record);
+    WinStart((folder_ / "x.igc").string().c_str());
+    env.Unset("DISPLAY");
+    WinStart((folder_ / "y.txt").string().c_str());
+    env.Set("DISPLAY", ":99");
+    env.Set("TN_NO_DIALOGS", "1");
+    WinStart((folder_ / "z.txt").string().c_str());
+    std::this_thread::sleep_for(std::chrono::milliseconds(100));
+    EXPECT_FALSE(fs::exists(record));
+}
+#endif
 
 }  // namespace
 }  // namespace tn::test
