@@ -50,8 +50,10 @@
 // Device memory and FAT volume.
 #include <tnpackage/storage/Drives.h>
 #include <tnpackage/storage/FatGlobals.h>
+#include <tnpackage/storage/FileIO.h>
 #include <tnpackage/storage/PartitionTable.h>
 #include <tnpackage/storage/TPDateiInfo.h>
+#include <tnpackage/storage/TPDateiManager.h>
 #include <tnpackage/storage/TPDateiSpeicher.h>
 #include <tnpackage/storage/TPDirEintrag.h>
 #include <tnpackage/storage/TPDirList.h>

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <string>
+#include <vector>
 
 namespace tn::platform {
 
@@ -53,6 +54,24 @@ bool DeleteFile(const char* path);
 bool ReplaceFile(const char* from, const char* to);
 /// Size of a file in bytes, or -1.
 std::int64_t FileSize(const char* path);
+
+// ---- copying, moving, listing ---------------------------------------------------------------
+/// Copies a file over any existing target; with `failIfExists` an existing target is left
+/// alone and the copy fails. A file is never copied onto itself.
+bool CopyOneFile(const char* from, const char* to, bool failIfExists);
+/// Moves a file (across file systems by copying and deleting); with `failIfExists` an existing
+/// target makes it fail, otherwise the target is replaced.
+bool MoveOneFile(const char* from, const char* to, bool failIfExists);
+/// Names of the plain files (no folders) in `folder`, in the system's order; empty when the
+/// folder cannot be read.
+std::vector<std::string> ListFiles(const char* folder);
+
+// ---- starting programs ----------------------------------------------------------------------
+/// Shows `file` with the viewer `command` names. Windows runs the command line itself; other
+/// systems cannot run that command and hand the file to the desktop's opener instead (xdg-open,
+/// macOS open), without a shell seeing the name, only when there is a display and automated
+/// runs (TN_NO_DIALOGS) are not asking for quiet. False when nothing was started.
+bool StartDocument(const char* command, const char* file);
 
 // ---- drives and volumes ---------------------------------------------------------------------
 /// Whether the system itself names its drives by letters (Windows). Elsewhere a letter names a

@@ -2,6 +2,7 @@
 #include <tnpackage/storage/TPSpeicher.h>
 
 #include "frame/Units.h"
+#include "storage/FileIOInternal.h"
 
 namespace tn::units {
 
@@ -12,7 +13,10 @@ void Up_speicher_Finalization() {
 }
 
 void Up_fileio_Initialization() {}
-void Up_fileio_Finalization() {}
+// Files the client left open are dropped; their volumes may already be gone.
+void Up_fileio_Finalization() {
+    fileio::CloseAll();
+}
 
 void Up_dateimanager_Initialization() {}
 void Up_dateimanager_Finalization() {}
