@@ -33,7 +33,12 @@ if ! command -v clang++ >/dev/null; then
 fi
 
 dir=build/fuzz
-cmake -S . -B "$dir" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DCMAKE_CXX_COMPILER=clang++ \
+launcher=()
+if command -v ccache >/dev/null; then
+  export CCACHE_BASEDIR=$PWD
+  launcher=(-DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
+fi
+cmake -S . -B "$dir" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DCMAKE_CXX_COMPILER=clang++ "${launcher[@]}" \
   -DTN_BUILD_FUZZERS=ON -DTN_BUILD_TESTS=OFF -DTN_BUILD_TOOLS=OFF >/dev/null
 cmake --build "$dir" -j "$(nproc)"
 

@@ -9,6 +9,13 @@ trap 'echo "test.sh: failed at line $LINENO" >&2' ERR
 cd "$(dirname "$0")/.."
 bash scripts/deps.sh
 jobs=$(nproc)
+# A compiler cache, where the machine has one, makes a repeated run cheap; paths relative to the
+# checkout let two clones share it. A machine without ccache builds from scratch.
+launcher=()
+if command -v ccache >/dev/null; then
+  export CCACHE_BASEDIR=$PWD
+  launcher=(-DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
+fi
 wine=/usr/lib/wine/wine64  # Debian's wine64 loader; not on PATH
 wineserver=/usr/lib/wine/wineserver
 
@@ -16,7 +23,7 @@ wineserver=/usr/lib/wine/wineserver
 configure() {
   local dir=$1
   shift
-  cmake -S . -B "$dir" -G Ninja -DTN_WERROR=ON "$@" >/dev/null
+  cmake -S . -B "$dir" -G Ninja -DTN_WERROR=ON "${launcher[@]}" "$@" >/dev/null
 }
 
 # run_tests <build dir>: every test, in parallel, with the output of failures.
