@@ -37,6 +37,12 @@ static_assert(std::string_view(TN_EXPANDED(GetCurrentDirectory)) == "GetCurrentD
 static_assert(IsAnsiOrWide(TN_EXPANDED(DeleteFile), "DeleteFile"));
 static_assert(IsAnsiOrWide(TN_EXPANDED(GetVolumeInformation), "GetVolumeInformation"));
 
+// Never called, but compiled and linked: a member named like a Win32 macro (CreateFile becomes
+// CreateFileA here) still reaches the package's function.
+tn::TPDateiInfo* CreateThroughTheMacro(tn::TPVolumeFAT& volume, tn::TPFile& file) {
+    return volume.CreateFile(&file, "\\LOG.TXT");
+}
+
 int main() {
     using namespace tn;
     TPString s("Datei", 0);
