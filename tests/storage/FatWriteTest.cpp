@@ -71,6 +71,13 @@ TEST(FatWrite, NewEntriesAndTheirLongNamePiecesByteForByte) {
                                                   : ((bytes[k + 1] >> 4) | (bytes[k + 2] << 4));
             EXPECT_EQ(value, 0xFFFu);
         }
+        // Short names take the first six characters and the lowest free "~n".
+        EXPECT_EQ(
+            std::string(reinterpret_cast<const char*>(&bytes[static_cast<std::size_t>(at13)]), 11),
+            "ABCDEF~1   ");
+        EXPECT_EQ(
+            std::string(reinterpret_cast<const char*>(&bytes[static_cast<std::size_t>(at14)]), 11),
+            "ABCDEF~2   ");
         // 13 characters: one piece, sequence 0x41, no terminator.
         const auto p13 = static_cast<std::size_t>(at13) - 32;
         EXPECT_EQ(bytes[p13], 0x41);
