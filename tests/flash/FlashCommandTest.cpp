@@ -40,6 +40,7 @@ class FlashCommandTest : public ::testing::Test {
 };
 
 TEST_F(FlashCommandTest, InfoRecordsEraseAndWrite) {
+    TN_REQUIRE_SHELL();
     Write("chips.bin", std::vector<unsigned char>(0x40000, 0xFF));
     Note note;
     std::vector<unsigned char> record(32);
@@ -83,6 +84,7 @@ TEST_F(FlashCommandTest, InfoRecordsEraseAndWrite) {
 }
 
 TEST_F(FlashCommandTest, ChipFailuresLeaveTheImageAsItWas) {
+    TN_REQUIRE_SHELL();
     std::vector<unsigned char> image(0x40000, 0xFF);
     image[0x20010] = 0x42;
     Write("chips.bin", image);

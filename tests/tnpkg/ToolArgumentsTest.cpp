@@ -23,6 +23,7 @@ bool ToolBuilt() {
 }
 
 TEST(ToolArguments, NumbersAndPointsThatCannotBeReadAreRejected) {
+    TN_REQUIRE_SHELL();
     if (!ToolBuilt()) GTEST_SKIP() << "tnpkg is not built";
     struct Case {
         const char* arguments;
@@ -74,6 +75,7 @@ TEST(ToolArguments, NumbersAndPointsThatCannotBeReadAreRejected) {
 }
 
 TEST(ToolArguments, DateAcceptsEveryReadableTextIncludingMidnight) {
+    TN_REQUIRE_SHELL();
     if (!ToolBuilt()) GTEST_SKIP() << "tnpkg is not built";
     // A time of 0 is midnight, not a failure; the day counts are the library's.
     const std::pair<const char*, const char*> readings[] = {
@@ -98,6 +100,7 @@ TEST(ToolArguments, DateAcceptsEveryReadableTextIncludingMidnight) {
 }
 
 TEST(ToolArguments, Mod36TakesTheWholeFiveDigitRange) {
+    TN_REQUIRE_SHELL();
     if (!ToolBuilt()) GTEST_SKIP() << "tnpkg is not built";
     EXPECT_EQ(RunTool("mod36 60466175").output + RunTool("mod36 0 5").output +
                   RunTool("mod36 --decode ZZZZZ").output + RunTool("mod36 --decode zz").output,
