@@ -154,7 +154,9 @@ FileHandle OpenWith(const char* path, int flags) {
     return fd < 0 ? kInvalidFile : static_cast<FileHandle>(fd);
 }
 
-int Descriptor(FileHandle file) { return static_cast<int>(file); }
+int Descriptor(FileHandle file) {
+    return static_cast<int>(file);
+}
 
 }  // namespace
 
@@ -165,9 +167,13 @@ FileHandle FileOpen(const char* path, FileAccess access) {
     return OpenWith(path, flags);
 }
 
-FileHandle FileOpenOrCreate(const char* path) { return OpenWith(path, O_RDWR | O_CREAT); }
+FileHandle FileOpenOrCreate(const char* path) {
+    return OpenWith(path, O_RDWR | O_CREAT);
+}
 
-FileHandle FileCreate(const char* path) { return OpenWith(path, O_RDWR | O_CREAT | O_TRUNC); }
+FileHandle FileCreate(const char* path) {
+    return OpenWith(path, O_RDWR | O_CREAT | O_TRUNC);
+}
 
 std::int64_t FileSeek(FileHandle file, std::int64_t offset, SeekOrigin origin) {
     if (file == kInvalidFile) return -1;
@@ -207,12 +213,46 @@ std::int64_t FileWrite(FileHandle file, const void* buffer, std::int64_t count) 
     return done;
 }
 
-bool FileFlush(FileHandle file) { return file != kInvalidFile && fsync(Descriptor(file)) == 0; }
+std::int64_t FileReadAt(FileHandle file, void* buffer, std::int64_t count, std::int64_t offset) {
+    if (file == kInvalidFile || buffer == nullptr || count < 0 || offset < 0) return -1;
+    auto* bytes = static_cast<char*>(buffer);
+    std::int64_t done = 0;
+    while (done < count) {
+        const ssize_t n = pread(Descriptor(file), bytes + done,
+                                static_cast<std::size_t>(count - done), offset + done);
+        if (n < 0 && errno == EINTR) continue;
+        if (n < 0) return done > 0 ? done : -1;
+        if (n == 0) break;  // end of file
+        done += n;
+    }
+    return done;
+}
+
+std::int64_t FileWriteAt(FileHandle file, const void* buffer, std::int64_t count,
+                         std::int64_t offset) {
+    if (file == kInvalidFile || buffer == nullptr || count < 0 || offset < 0) return -1;
+    const auto* bytes = static_cast<const char*>(buffer);
+    std::int64_t done = 0;
+    while (done < count) {
+        const ssize_t n = pwrite(Descriptor(file), bytes + done,
+                                 static_cast<std::size_t>(count - done), offset + done);
+        if (n < 0 && errno == EINTR) continue;
+        if (n <= 0) return done > 0 ? done : -1;  // a full medium ends the write short
+        done += n;
+    }
+    return done;
+}
+
+bool FileFlush(FileHandle file) {
+    return file != kInvalidFile && fsync(Descriptor(file)) == 0;
+}
 
 void FileClose(FileHandle file) {
     if (file != kInvalidFile) close(Descriptor(file));
 }
 
-bool IsAbsolutePath(const char* path) { return path != nullptr && path[0] == '/'; }
+bool IsAbsolutePath(const char* path) {
+    return path != nullptr && path[0] == '/';
+}
 
 }  // namespace tn::platform
