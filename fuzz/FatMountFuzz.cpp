@@ -1,6 +1,8 @@
 // Any image: finding its volume, mounting it, listing the whole tree and reading every file never
 // reads outside the image, never hangs and never crashes. The first byte of the input picks the
-// FAT typing (by data clusters or the package's default); the rest is the image.
+// FAT typing (bit 0: by data clusters or the package's default) and, with bit 1, that the image
+// is only the start of a medium of at least 64 KiB whose remaining bytes are zeros: small inputs
+// then stand for whole small volumes, which keeps each run and each mutation cheap.
 #include <tnpackage/tnpackage.h>
 
 #include <algorithm>
@@ -12,29 +14,40 @@
 namespace {
 
 // An image held in memory; blocks outside it read as zeros and writes outside it are dropped.
+// Of a medium of `size` bytes only the first `stored` come from the input, the rest are zeros
+// that are materialised by the first write reaching them.
 class MemoryMedium : public tn::TPSpeicher {
   public:
-    MemoryMedium(const std::uint8_t* data, std::size_t size, std::int64_t origin)
-        : tn::TPSpeicher(tn::TPString(), 0), bytes_(data, data + size), origin_(origin) {}
+    MemoryMedium(const std::uint8_t* data, std::size_t stored, std::size_t size,
+                 std::int64_t origin)
+        : tn::TPSpeicher(tn::TPString(), 0),
+          bytes_(data, data + stored),
+          size_(size),
+          origin_(origin) {}
 
     void ReadBlock(void* destination, std::int64_t address) override {
         auto* out = static_cast<std::uint8_t*>(destination);
         std::memset(out, 0, static_cast<std::size_t>(BlockSize));
         std::int64_t from = 0, to = 0, skip = 0;
         if (Overlap(address, from, to, skip)) {
-            std::memcpy(out + skip, bytes_.data() + from, static_cast<std::size_t>(to - from));
+            const auto stored = static_cast<std::int64_t>(bytes_.size());
+            if (from < stored) {
+                std::memcpy(out + skip, bytes_.data() + from,
+                            static_cast<std::size_t>(std::min(to, stored) - from));
+            }
         }
     }
     void WriteBlock(const void* source, std::int64_t address) override {
         std::int64_t from = 0, to = 0, skip = 0;
         if (Overlap(address, from, to, skip)) {
+            if (static_cast<std::size_t>(to) > bytes_.size()) {
+                bytes_.resize(static_cast<std::size_t>(to));
+            }
             std::memcpy(bytes_.data() + from, static_cast<const std::uint8_t*>(source) + skip,
                         static_cast<std::size_t>(to - from));
         }
     }
-    std::int64_t MediumSize() const override {
-        return static_cast<std::int64_t>(bytes_.size()) - origin_;
-    }
+    std::int64_t MediumSize() const override { return static_cast<std::int64_t>(size_) - origin_; }
 
   private:
     // The part [from, to) of the image that the block at `address` covers, `skip` bytes into
@@ -42,7 +55,7 @@ class MemoryMedium : public tn::TPSpeicher {
     bool Overlap(std::int64_t address, std::int64_t& from, std::int64_t& to,
                  std::int64_t& skip) const {
         const std::int64_t start = origin_ + address;
-        const auto size = static_cast<std::int64_t>(bytes_.size());
+        const auto size = static_cast<std::int64_t>(size_);
         if (address < -size || address > size) return false;
         from = std::max<std::int64_t>(start, 0);
         to = std::min<std::int64_t>(start + BlockSize, size);
@@ -51,6 +64,7 @@ class MemoryMedium : public tn::TPSpeicher {
     }
 
     std::vector<std::uint8_t> bytes_;
+    std::size_t size_;
     std::int64_t origin_;
 };
 
@@ -88,14 +102,16 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (size < 1) return 0;
     tn::OnWarning = &Quiet;
     tn::FATTypeByDataClusters = (data[0] & 1) != 0;
+    const bool padded = (data[0] & 2) != 0;
     ++data;
     --size;
+    const std::size_t mediumSize = padded ? std::max<std::size_t>(size, 64 * 1024) : size;
     std::int64_t origin = 0;
     const tn::PartitionTable table(data, size);
-    if (table.FirstFatBase() > 0 && table.FirstFatBase() < static_cast<std::int64_t>(size)) {
+    if (table.FirstFatBase() > 0 && table.FirstFatBase() < static_cast<std::int64_t>(mediumSize)) {
         origin = table.FirstFatBase();
     }
-    MemoryMedium medium(data, size, origin);
+    MemoryMedium medium(data, size, mediumSize, origin);
     {
         tn::TPVolumeFAT volume(&medium, 'A', 0);
         if (volume.FATBuffer != nullptr && volume.Root != nullptr) {

@@ -127,6 +127,12 @@ std::int64_t FileSeek(FileHandle file, std::int64_t offset, SeekOrigin origin);
 std::int64_t FileRead(FileHandle file, void* buffer, std::int64_t count);
 /// Writes `count` bytes; the number written (fewer when the medium is full), or -1.
 std::int64_t FileWrite(FileHandle file, const void* buffer, std::int64_t count);
+/// Positioned transfers at byte `offset`: one system call where the platform allows it
+/// (instead of a seek and a transfer); the file position is unspecified afterwards. Same
+/// results as FileRead / FileWrite.
+std::int64_t FileReadAt(FileHandle file, void* buffer, std::int64_t count, std::int64_t offset);
+std::int64_t FileWriteAt(FileHandle file, const void* buffer, std::int64_t count,
+                         std::int64_t offset);
 /// Forces written data onto the medium.
 bool FileFlush(FileHandle file);
 /// Closes a handle; kInvalidFile is ignored.

@@ -243,6 +243,36 @@ std::int64_t FileWrite(FileHandle file, const void* buffer, std::int64_t count) 
     return done;
 }
 
+std::int64_t FileReadAt(FileHandle file, void* buffer, std::int64_t count, std::int64_t offset) {
+    if (file == kInvalidFile || buffer == nullptr || count < 0 || offset < 0) return -1;
+    auto* bytes = static_cast<char*>(buffer);
+    std::int64_t done = 0;
+    while (done < count) {
+        const ssize_t n = pread(Descriptor(file), bytes + done,
+                                static_cast<std::size_t>(count - done), offset + done);
+        if (n < 0 && errno == EINTR) continue;
+        if (n < 0) return done > 0 ? done : -1;
+        if (n == 0) break;  // end of file
+        done += n;
+    }
+    return done;
+}
+
+std::int64_t FileWriteAt(FileHandle file, const void* buffer, std::int64_t count,
+                         std::int64_t offset) {
+    if (file == kInvalidFile || buffer == nullptr || count < 0 || offset < 0) return -1;
+    const auto* bytes = static_cast<const char*>(buffer);
+    std::int64_t done = 0;
+    while (done < count) {
+        const ssize_t n = pwrite(Descriptor(file), bytes + done,
+                                 static_cast<std::size_t>(count - done), offset + done);
+        if (n < 0 && errno == EINTR) continue;
+        if (n <= 0) return done > 0 ? done : -1;  // a full medium ends the write short
+        done += n;
+    }
+    return done;
+}
+
 bool FileFlush(FileHandle file) {
     return file != kInvalidFile && fsync(Descriptor(file)) == 0;
 }

@@ -10,9 +10,7 @@
 namespace tn::fat {
 
 inline TPString Text(const std::string& text) {
-    TPString result;
-    result = text.c_str();
-    return result;
+    return TPString::Trusted(text);
 }
 
 inline void Warn(const std::string& text) {

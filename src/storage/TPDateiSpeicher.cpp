@@ -3,6 +3,7 @@
 
 #include <tnpackage/frame/Messages.h>
 
+#include <algorithm>
 #include <cstring>
 #include <string>
 
@@ -19,6 +20,10 @@ void WarnOutside(std::int64_t address) {
                        "erhalb des Mediums (Adresse " +
                        std::to_string(address) + ")"));
 }
+
+// Bytes read from the file at once; a power of two, so that blocks of any power-of-two size up
+// to it never straddle two chunks.
+constexpr std::int64_t kChunkBytes = 64 * 1024;
 
 }  // namespace
 
@@ -64,10 +69,30 @@ void TPDateiSpeicher::ReadBlock(void* destination, std::int64_t address) {
         WarnOutside(address);
         return;
     }
-    if (platform::FileSeek(file_, origin_ + address, platform::SeekOrigin::Begin) < 0 ||
-        platform::FileRead(file_, destination, BlockSize) != BlockSize) {
+    if (ReadThroughChunk(destination, address)) return;
+    if (platform::FileReadAt(file_, destination, BlockSize, origin_ + address) != BlockSize) {
         storage::WarnInconsistency(path_);
     }
+}
+
+// Copies the block from the chunk holding it, reading that chunk first when needed. False when
+// the block cannot come from a chunk (it straddles two, or the file no longer has the whole
+// chunk): the caller then reads the block alone, with the usual warning on a short read.
+bool TPDateiSpeicher::ReadThroughChunk(void* destination, std::int64_t address) {
+    const std::int64_t start = address - address % kChunkBytes;
+    const std::int64_t size = std::min(kChunkBytes, length_ - start);
+    if (address + BlockSize > start + size) return false;
+    if (chunkAddress_ != start || static_cast<std::int64_t>(chunk_.size()) != size) {
+        chunkAddress_ = -1;
+        chunk_.resize(static_cast<std::size_t>(size));
+        if (platform::FileReadAt(file_, chunk_.data(), size, origin_ + start) != size) {
+            return false;
+        }
+        chunkAddress_ = start;
+    }
+    std::memcpy(destination, chunk_.data() + (address - start),
+                static_cast<std::size_t>(BlockSize));
+    return true;
 }
 
 void TPDateiSpeicher::WriteBlock(const void* source, std::int64_t address) {
@@ -80,9 +105,19 @@ void TPDateiSpeicher::WriteBlock(const void* source, std::int64_t address) {
         Warning(TPString("Medium ist schreibgesch\xFCtzt: ", 0) + path_);
         return;
     }
-    if (platform::FileSeek(file_, origin_ + address, platform::SeekOrigin::Begin) < 0 ||
-        platform::FileWrite(file_, source, BlockSize) != BlockSize) {
+    if (platform::FileWriteAt(file_, source, BlockSize, origin_ + address) != BlockSize) {
+        chunkAddress_ = -1;  // the file's bytes are unknown now
         storage::WarnInconsistency(path_);
+        return;
+    }
+    // Keep the chunk equal to the file.
+    const std::int64_t chunkEnd = chunkAddress_ + static_cast<std::int64_t>(chunk_.size());
+    if (chunkAddress_ >= 0 && address < chunkEnd && address + BlockSize > chunkAddress_) {
+        const std::int64_t from = std::max(address, chunkAddress_);
+        const std::int64_t to = std::min(address + BlockSize, chunkEnd);
+        std::memcpy(chunk_.data() + (from - chunkAddress_),
+                    static_cast<const unsigned char*>(source) + (from - address),
+                    static_cast<std::size_t>(to - from));
     }
 }
 

@@ -132,6 +132,12 @@ TPString::TPString(char* s, unsigned len) {
     }
 }
 
+TPString TPString::Trusted(const char* s) {
+    TPString result;
+    if (s != nullptr) result.TakeCopyOf(s);
+    return result;
+}
+
 TPString::TPString(unsigned char* s, unsigned len) : TPString(reinterpret_cast<char*>(s), len) {}
 
 TPString::TPString(const char* s, unsigned len) {

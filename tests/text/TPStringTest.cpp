@@ -160,3 +160,14 @@ TEST(TPString, EmptinessAndValidity) {
     EXPECT_EQ(TPString().LastChar(), '\0');
     EXPECT_EQ(TPString("a.b.c", 0).CountChar('.'), 2);
 }
+
+TEST(TPString, TrustedCopiesUpToTheFirstNulAndOwnsItsBuffer) {
+    std::string text = "Ordner\xE4";
+    TPString copy = TPString::Trusted(text);
+    text[0] = 'X';
+    EXPECT_STREQ(copy.c_str(), "Ordner\xE4");
+    EXPECT_TRUE(copy.IsValid());
+    EXPECT_STREQ(TPString::Trusted(std::string("ab\0cd", 5)).c_str(), "ab");
+    EXPECT_TRUE(TPString::Trusted("").IsEmpty());
+    EXPECT_EQ(TPString::Trusted(static_cast<const char*>(nullptr)).c_str(), nullptr);
+}

@@ -8,6 +8,7 @@
 #include <tnpackage/storage/TPSpeicher.h>
 
 #include <cstdint>
+#include <vector>
 
 namespace tn {
 
@@ -38,6 +39,13 @@ class TN_EXPORT TPDateiSpeicher : public TPSpeicher {
     std::int64_t origin_;
     std::int64_t length_ = 0;
     TPString path_;
+    // Reads go through one aligned chunk of the file kept in memory, so that walking a FAT or
+    // a directory costs one system call per chunk instead of one per block; writes go to the
+    // file and into the chunk alike.
+    std::vector<unsigned char> chunk_;
+    std::int64_t chunkAddress_ = -1;  // medium address of chunk_[0]; -1: nothing held
+
+    bool ReadThroughChunk(void* destination, std::int64_t address);
 };
 
 }  // namespace tn
