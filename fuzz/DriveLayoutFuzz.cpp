@@ -13,10 +13,17 @@ namespace {
 
 void Quiet(tn::TPString) {}
 
+// The layout is read from a file, written anew for every input: on a memory file system that
+// costs no disk traffic, which makes the runs several times faster.
+std::string ScratchFile() {
+    const char* dir = access("/dev/shm", W_OK) == 0 ? "/dev/shm" : "/tmp";
+    return std::string(dir) + "/tn-drive-layout-fuzz-" + std::to_string(getpid());
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    static const std::string path = "/tmp/tn-drive-layout-fuzz-" + std::to_string(getpid());
+    static const std::string path = ScratchFile();
     std::FILE* f = std::fopen(path.c_str(), "wb");
     if (f == nullptr) return 0;
     std::fwrite(data, 1, size, f);
@@ -29,5 +36,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         }
         (void)layout.Report().Length();
     }
+    std::remove(path.c_str());
     return 0;
 }

@@ -6,6 +6,7 @@
 #   scripts/fuzz.sh --smoke          each target for a few seconds (the test run uses this)
 #   scripts/fuzz.sh --runs N         each target for N executions (at most the time above)
 #   scripts/fuzz.sh --seconds N      each target for N seconds
+#   scripts/fuzz.sh --max-len N      inputs of at most N bytes (libFuzzer's default otherwise)
 #   scripts/fuzz.sh ... NAME...      only these targets (DateTime, Markup, ...)
 #
 # New inputs go to build/fuzz/corpus/<Name>/ (the seeds in fuzz/corpus/ are not touched); a
@@ -15,13 +16,15 @@ cd "$(dirname "$0")/.."
 
 seconds=${FUZZ_SECONDS:-3600}
 runs=""
+max_len=""
 names=()
 while (($#)); do
   case $1 in
     --smoke) seconds=5 ;;
     --seconds) seconds=$2; shift ;;
     --runs) runs=$2; shift ;;
-    -h|--help) sed -n '2,12p' "$0"; exit 0 ;;
+    --max-len) max_len=$2; shift ;;
+    -h|--help) sed -n '2,13p' "$0"; exit 0 ;;
     *) names+=("$1") ;;
   esac
   shift
@@ -59,6 +62,7 @@ for name in "${names[@]}"; do
   [ -d "fuzz/corpus/$name" ] && seeds=("fuzz/corpus/$name")
   limit=(-max_total_time="$seconds")
   [ -n "$runs" ] && limit+=(-runs="$runs")
+  [ -n "$max_len" ] && limit+=(-max_len="$max_len")
   echo "== $name"
   log="$dir/$name.log"
   if ! nice -n 19 "$dir/fuzz/${name}Fuzz" "${limit[@]}" -print_final_stats=1 \
