@@ -19,6 +19,24 @@ std::uint32_t Le32(const unsigned char* p) {
     return p[0] | p[1] << 8 | p[2] << 16 | static_cast<std::uint32_t>(p[3]) << 24;
 }
 
+// Building a generator's tables takes most of a run; mutations mostly keep the parameter bytes,
+// so the last generator is kept while they stay the same.
+tn::TPCRC& Generator(int width, int polynomial, bool reflected) {
+    static std::unique_ptr<tn::TPCRC> last;
+    static int lastWidth = 0, lastPolynomial = 0;
+    static bool lastReflected = false;
+    if (!last || width != lastWidth || polynomial != lastPolynomial || reflected != lastReflected) {
+        const int savedMode = tn::CRCInsertMode;
+        tn::CRCInsertMode = reflected ? 1 : 0;
+        last = std::make_unique<tn::TPCRC>(width, polynomial);
+        tn::CRCInsertMode = savedMode;
+        lastWidth = width;
+        lastPolynomial = polynomial;
+        lastReflected = reflected;
+    }
+    return *last;
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
@@ -33,10 +51,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const bool repair = (in.Byte() & 1) != 0;
     const std::string content = in.Rest();
 
-    const int savedMode = tn::CRCInsertMode;
-    tn::CRCInsertMode = reflected ? 1 : 0;
-    tn::TPCRC crc(width, polynomial);
-    tn::CRCInsertMode = savedMode;
+    tn::TPCRC& crc = Generator(width, polynomial, reflected);
     crc.Set(initial, finalXor, byteXor);
 
     const auto length = static_cast<int>(content.size());
