@@ -207,16 +207,25 @@ std::int64_t FileWrite(FileHandle file, const void* buffer, std::int64_t count) 
 
 // The offset travels in an OVERLAPPED; on a handle opened without FILE_FLAG_OVERLAPPED the
 // call is still synchronous.
+namespace {
+
+OVERLAPPED TransferAt(std::int64_t offset) {
+    OVERLAPPED at{};
+    const auto position = static_cast<std::uint64_t>(offset);
+    at.Offset = static_cast<DWORD>(position & 0xFFFFFFFFu);
+    at.OffsetHigh = static_cast<DWORD>(position >> 32);
+    return at;
+}
+
+}  // namespace
+
 std::int64_t FileReadAt(FileHandle file, void* buffer, std::int64_t count, std::int64_t offset) {
     if (file == kInvalidFile || buffer == nullptr || count < 0 || offset < 0) return -1;
     auto* bytes = static_cast<char*>(buffer);
     std::int64_t done = 0;
     while (done < count) {
         const DWORD chunk = static_cast<DWORD>((std::min)(count - done, kLargestTransfer));
-        OVERLAPPED at{};
-        const auto position = static_cast<std::uint64_t>(offset + done);
-        at.Offset = static_cast<DWORD>(position & 0xFFFFFFFFu);
-        at.OffsetHigh = static_cast<DWORD>(position >> 32);
+        OVERLAPPED at = TransferAt(offset + done);
         DWORD n = 0;
         if (!ReadFile(ToHandle(file), bytes + done, chunk, &n, &at)) {
             if (GetLastError() == ERROR_HANDLE_EOF) break;
@@ -235,10 +244,7 @@ std::int64_t FileWriteAt(FileHandle file, const void* buffer, std::int64_t count
     std::int64_t done = 0;
     while (done < count) {
         const DWORD chunk = static_cast<DWORD>((std::min)(count - done, kLargestTransfer));
-        OVERLAPPED at{};
-        const auto position = static_cast<std::uint64_t>(offset + done);
-        at.Offset = static_cast<DWORD>(position & 0xFFFFFFFFu);
-        at.OffsetHigh = static_cast<DWORD>(position >> 32);
+        OVERLAPPED at = TransferAt(offset + done);
         DWORD n = 0;
         if (!WriteFile(ToHandle(file), bytes + done, chunk, &n, &at) || n == 0) {
             return done > 0 ? done : -1;  // a full medium ends the write short

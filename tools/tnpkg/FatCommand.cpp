@@ -103,11 +103,10 @@ int Info(FatRequest& r) {
     if (!r.operands.empty()) return FatUsage("info takes IMAGE only");
     r.args.AllowFlags({"--json"});
     if (!r.args.Problem().empty()) return FatUsage(r.args.Problem());
-    VolumeLocation where;
-    std::string problem;
-    if (!LocateVolume(r.image, r.choice, where, problem)) return FatFail(problem);
-    MountedImage m(r.image, where, false);
-    if (!m.Problem().empty()) return FatFail(m.Problem());
+    const auto mounted = MountRequested(r);
+    if (!mounted) return kFailure;
+    MountedImage& m = *mounted;
+    const VolumeLocation& where = m.Where();
     auto& v = m.Volume();
     const std::uint32_t free = m.FreeClusters();
     std::uint64_t files = 0, folders = 0, bytes = 0;
@@ -222,11 +221,10 @@ int Ls(FatRequest& r) {
     if (r.operands.size() > 1) return FatUsage("ls takes IMAGE and at most one PATH");
     r.args.AllowFlags({"--json"});
     if (!r.args.Problem().empty()) return FatUsage(r.args.Problem());
-    VolumeLocation where;
+    const auto mounted = MountRequested(r);
+    if (!mounted) return kFailure;
+    MountedImage& m = *mounted;
     std::string problem;
-    if (!LocateVolume(r.image, r.choice, where, problem)) return FatFail(problem);
-    MountedImage m(r.image, where, false);
-    if (!m.Problem().empty()) return FatFail(m.Problem());
     tn::TPDirEintrag* node = m.Find(r.operands.empty() ? "/" : r.operands[0], problem);
     if (node == nullptr) return FatFail(problem);
 
@@ -304,6 +302,21 @@ WarningTally::~WarningTally() {
 
 int WarningTally::Count() const {
     return tallyCount;
+}
+
+std::unique_ptr<MountedImage> MountRequested(const FatRequest& r) {
+    VolumeLocation where;
+    std::string problem;
+    if (!LocateVolume(r.image, r.choice, where, problem)) {
+        FatFail(problem);
+        return nullptr;
+    }
+    auto m = std::make_unique<MountedImage>(r.image, where, false);
+    if (!m->Problem().empty()) {
+        FatFail(m->Problem());
+        return nullptr;
+    }
+    return m;
 }
 
 int FatUsage(const std::string& problem) {

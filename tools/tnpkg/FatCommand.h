@@ -2,6 +2,7 @@
 // each group of actions lives in its own file.
 #pragma once
 
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -36,6 +37,9 @@ class WarningTally {
     WarningTally& operator=(const WarningTally&) = delete;
     int Count() const;
 };
+
+/// Mounts the volume the request names, read-only; null after reporting why it cannot.
+std::unique_ptr<MountedImage> MountRequested(const FatRequest& r);
 
 /// Why tnpkg does not write to this volume, or empty when it does.
 std::string FatWriteRefusal(MountedImage& m);

@@ -153,11 +153,9 @@ int FatGet(FatRequest& r) {
     if (r.operands.empty()) return FatUsage("get needs IMAGE and at least one PATH");
     r.args.AllowFlags({"--quiet"});
     if (!r.args.Problem().empty()) return FatUsage(r.args.Problem());
-    VolumeLocation where;
-    std::string problem;
-    if (!LocateVolume(r.image, r.choice, where, problem)) return FatFail(problem);
-    MountedImage m(r.image, where, false);
-    if (!m.Problem().empty()) return FatFail(m.Problem());
+    const auto mounted = MountRequested(r);
+    if (!mounted) return kFailure;
+    MountedImage& m = *mounted;
     std::vector<tn::TPDirEintrag*> nodes;
     if (!Resolve(m, r.operands, nodes)) return kFailure;
 
@@ -199,11 +197,9 @@ int FatCat(FatRequest& r) {
     if (r.operands.size() != 1) return FatUsage("cat takes IMAGE and one PATH");
     r.args.AllowFlags({});
     if (!r.args.Problem().empty()) return FatUsage(r.args.Problem());
-    VolumeLocation where;
-    std::string problem;
-    if (!LocateVolume(r.image, r.choice, where, problem)) return FatFail(problem);
-    MountedImage m(r.image, where, false);
-    if (!m.Problem().empty()) return FatFail(m.Problem());
+    const auto mounted = MountRequested(r);
+    if (!mounted) return kFailure;
+    MountedImage& m = *mounted;
     std::vector<tn::TPDirEintrag*> nodes;
     if (!Resolve(m, r.operands, nodes)) return kFailure;
     return ToStandardOutput(nodes);

@@ -232,13 +232,7 @@ bool MountedImage::Flush() {
 tn::TPDirEintrag* MountedImage::Find(const std::string& path, std::string& problem, bool utf8) {
     tn::TPDirEintrag* node = volume_->Root;
     std::string walked;
-    std::size_t start = 0;
-    while (start <= path.size()) {
-        std::size_t end = path.find_first_of("/\\", start);
-        if (end == std::string::npos) end = path.size();
-        const std::string part = path.substr(start, end - start);
-        start = end + 1;
-        if (part.empty() || part == ".") continue;
+    for (const std::string& part : VolumePathParts(path)) {
         if (part == "..") {
             if (node->Parent != nullptr) node = node->Parent;
             continue;
@@ -264,6 +258,19 @@ tn::TPDirEintrag* MountedImage::Find(const std::string& path, std::string& probl
         node = hit;
     }
     return node;
+}
+
+std::vector<std::string> VolumePathParts(const std::string& path) {
+    std::vector<std::string> parts;
+    std::size_t start = 0;
+    while (start <= path.size()) {
+        std::size_t end = path.find_first_of("/\\", start);
+        if (end == std::string::npos) end = path.size();
+        std::string part = path.substr(start, end - start);
+        start = end + 1;
+        if (!part.empty() && part != ".") parts.push_back(std::move(part));
+    }
+    return parts;
 }
 
 std::vector<tn::TPDirEintrag*> Children(tn::TPDirEintrag* folder) {

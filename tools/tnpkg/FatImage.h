@@ -102,6 +102,9 @@ bool ReadNode(tn::TPDirEintrag& node, std::string& data, std::string& problem);
 void CountTree(tn::TPDirEintrag* folder, std::uint64_t& files, std::uint64_t& folders,
                std::uint64_t& bytes);
 
+/// The names of a volume path, split at "/" and "\", without empty ones and ".".
+std::vector<std::string> VolumePathParts(const std::string& path);
+
 /// Writes a message of a `fat` command to standard error: "tnpkg fat: <text>".
 int FatFail(const std::string& text);
 /// A note on standard error that does not fail the command.

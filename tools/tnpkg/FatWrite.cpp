@@ -169,13 +169,7 @@ bool PlanTargetFolder(MountedImage& m, const std::string& path, Plan& plan, std:
                       tn::TPDirEintrag*& node) {
     node = m.Volume().Root;
     fatPath.clear();
-    std::size_t start = 0;
-    while (start <= path.size()) {
-        std::size_t end = path.find_first_of("/\\", start);
-        if (end == std::string::npos) end = path.size();
-        const std::string part = path.substr(start, end - start);
-        start = end + 1;
-        if (part.empty() || part == ".") continue;
+    for (const std::string& part : VolumePathParts(path)) {
         if (part == "..") {
             FatNote("a volume path cannot go up with ..");
             return false;
@@ -200,16 +194,9 @@ bool PlanTargetFolder(MountedImage& m, const std::string& path, Plan& plan, std:
 
 // The checks every write makes on the original, read-only.
 bool PrepareWrite(FatRequest& r, VolumeLocation& where, std::unique_ptr<MountedImage>& m) {
-    std::string problem;
-    if (!LocateVolume(r.image, r.choice, where, problem)) {
-        FatFail(problem);
-        return false;
-    }
-    m = std::make_unique<MountedImage>(r.image, where, false);
-    if (!m->Problem().empty()) {
-        FatFail(m->Problem());
-        return false;
-    }
+    m = MountRequested(r);
+    if (!m) return false;
+    where = m->Where();
     const std::string refusal = FatWriteRefusal(*m);
     if (!refusal.empty()) {
         FatFail(refusal);
