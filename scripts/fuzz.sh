@@ -7,6 +7,7 @@
 #   scripts/fuzz.sh --runs N         each target for N executions (at most the time above)
 #   scripts/fuzz.sh --seconds N      each target for N seconds
 #   scripts/fuzz.sh --max-len N      inputs of at most N bytes (libFuzzer's default otherwise)
+#   scripts/fuzz.sh --timeout N      an input that runs longer than N seconds is a finding
 #   scripts/fuzz.sh ... NAME...      only these targets (DateTime, Markup, ...)
 #
 # New inputs go to build/fuzz/corpus/<Name>/ (the seeds in fuzz/corpus/ are not touched); a
@@ -17,6 +18,7 @@ cd "$(dirname "$0")/.."
 seconds=${FUZZ_SECONDS:-3600}
 runs=""
 max_len=""
+timeout=""
 names=()
 while (($#)); do
   case $1 in
@@ -24,7 +26,8 @@ while (($#)); do
     --seconds) seconds=$2; shift ;;
     --runs) runs=$2; shift ;;
     --max-len) max_len=$2; shift ;;
-    -h|--help) sed -n '2,13p' "$0"; exit 0 ;;
+    --timeout) timeout=$2; shift ;;
+    -h|--help) sed -n '2,14p' "$0"; exit 0 ;;
     *) names+=("$1") ;;
   esac
   shift
@@ -63,6 +66,7 @@ for name in "${names[@]}"; do
   limit=(-max_total_time="$seconds")
   [ -n "$runs" ] && limit+=(-runs="$runs")
   [ -n "$max_len" ] && limit+=(-max_len="$max_len")
+  [ -n "$timeout" ] && limit+=(-timeout="$timeout")
   echo "== $name"
   log="$dir/$name.log"
   if ! nice -n 19 "$dir/fuzz/${name}Fuzz" "${limit[@]}" -print_final_stats=1 \
