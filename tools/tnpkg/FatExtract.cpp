@@ -42,18 +42,24 @@ class Extractor {
         }
     }
 
+    // Extracts `node` into the folder `target` under a name the PC accepts and `names` has not
+    // given yet, and says so when that is not the node's own name.
+    void ExtractAs(tn::TPDirEintrag& node, const fs::path& target, UniqueNames& names) {
+        bool changed = false;
+        const std::string safe = HostComponent(ShownName(node), changed);
+        const std::string unique = names.Claim(safe);
+        if (changed || unique != safe) {
+            FatNote("stored " + Cp1252ToUtf8(NodePath(node)) + " as " +
+                    PathText(target / Utf8Path(unique)));
+        }
+        Extract(node, target / Utf8Path(unique));
+    }
+
     // Extracts everything inside the folder `node` into the existing folder `target`.
     void ExtractChildren(tn::TPDirEintrag& node, const fs::path& target) {
         UniqueNames names;
         for (tn::TPDirEintrag* child : Children(&node)) {
-            bool changed = false;
-            const std::string safe = HostComponent(ShownName(*child), changed);
-            const std::string unique = names.Claim(safe);
-            if (changed || unique != safe) {
-                FatNote("stored " + Cp1252ToUtf8(NodePath(*child)) + " as " +
-                        PathText(target / Utf8Path(unique)));
-            }
-            Extract(*child, target / Utf8Path(unique));
+            ExtractAs(*child, target, names);
         }
     }
 
@@ -181,14 +187,7 @@ int FatGet(FatRequest& r) {
             extractor.ExtractChildren(*node, target);
             continue;
         }
-        bool changed = false;
-        const std::string safe = HostComponent(ShownName(*node), changed);
-        const std::string unique = topNames.Claim(safe);
-        if (changed || unique != safe) {
-            FatNote("stored " + Cp1252ToUtf8(NodePath(*node)) + " as " +
-                    PathText(target / Utf8Path(unique)));
-        }
-        extractor.Extract(*node, target / Utf8Path(unique));
+        extractor.ExtractAs(*node, target, topNames);
     }
     return extractor.Failures() == 0 ? kSuccess : kFailure;
 }
