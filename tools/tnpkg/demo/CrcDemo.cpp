@@ -5,7 +5,7 @@
 #include <cstdio>
 #include <memory>
 
-#include "Demo.h"
+#include "demo/Demo.h"
 
 namespace tnpkg {
 namespace {

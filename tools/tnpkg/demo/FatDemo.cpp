@@ -8,9 +8,9 @@
 #include <string>
 #include <system_error>
 
-#include "Demo.h"
-#include "FatFormat.h"
-#include "HostNames.h"
+#include "demo/Demo.h"
+#include "fat/FatFormat.h"
+#include "fat/HostNames.h"
 
 namespace tnpkg {
 namespace {

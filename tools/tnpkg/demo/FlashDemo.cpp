@@ -8,7 +8,7 @@
 #include <system_error>
 #include <vector>
 
-#include "Demo.h"
+#include "demo/Demo.h"
 
 namespace tnpkg {
 namespace {

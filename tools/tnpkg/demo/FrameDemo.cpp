@@ -3,8 +3,8 @@
 
 #include <cstdio>
 
-#include "Demo.h"
-#include "Output.h"
+#include "cli/Output.h"
+#include "demo/Demo.h"
 
 namespace tnpkg {
 namespace {

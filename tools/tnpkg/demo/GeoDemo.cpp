@@ -3,7 +3,7 @@
 
 #include <cstdio>
 
-#include "Demo.h"
+#include "demo/Demo.h"
 
 namespace tnpkg {
 namespace {

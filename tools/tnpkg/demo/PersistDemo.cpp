@@ -5,8 +5,8 @@
 #include <cstring>
 #include <vector>
 
-#include "Demo.h"
-#include "Output.h"
+#include "cli/Output.h"
+#include "demo/Demo.h"
 
 namespace tnpkg {
 namespace {

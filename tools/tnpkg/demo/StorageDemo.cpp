@@ -9,7 +9,7 @@
 #include <string>
 #include <system_error>
 
-#include "Demo.h"
+#include "demo/Demo.h"
 
 namespace tnpkg {
 namespace {

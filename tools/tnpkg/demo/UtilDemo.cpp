@@ -8,8 +8,8 @@
 #include <string>
 #include <system_error>
 
-#include "Demo.h"
-#include "Output.h"
+#include "cli/Output.h"
+#include "demo/Demo.h"
 
 namespace tnpkg {
 namespace {

@@ -1,0 +1,162 @@
+// `tnpkg date`: reads a date text in one of the package's forms, shows the package clock, or
+// decodes a packed FAT date.
+#include <tnpackage/tnpackage.h>
+
+#include <climits>
+#include <cstdio>
+#include <string>
+
+#include "cli/Command.h"
+#include "cli/Output.h"
+
+namespace tnpkg {
+namespace {
+
+constexpr const char* kUsage =
+    "usage: tnpkg date TEXT FLAG\n"
+    "       tnpkg date --now\n"
+    "       tnpkg date --fat 0xHEX\n\n"
+    "TEXT FLAG  reads TEXT in the form that the date-time flag FLAG selects and prints the\n"
+    "           day count (days since 30 December 1899, time of day as the fraction) and the\n"
+    "           text of flag 33 (DDMMYYHHMMSS) for it. Text that does not have the form of\n"
+    "           the flag (the library reads it as the day count 0) is an error (status 1).\n"
+    "           Flags: 16 HHMMSS / HHMM / HHhMM, 144 HH:MM, 22 and 150 HH:MM:SS,\n"
+    "           24 HH:MM:SS.hh, 32 DDMMYY, 33 and 161 DDMMYYHHMMSS, 34 YYMMDD,\n"
+    "           40 DD.MM.YYYY or DD.MM.YY, 43 dYYYYMmmDD tHHMMSS, 44 YYYY-MM-DD.\n"
+    "--now      prints the package clock's local date and time and the UTC date and time.\n"
+    "--fat HEX  decodes a packed FAT date and time (date in the high 16 bits).\n\n"
+    "example: tnpkg date 150712 32\n"
+    "         41105.000000000 150712000000\n";
+
+std::string Stamp(const tn::TPDateTime& t) {
+    return ToUtf8(t.DateString()) + " " + ToUtf8(t.TimeString());
+}
+
+int ShowNow() {
+    const tn::TPDateTime local = tn::TPDateTime::CurrentDateTime();
+    const tn::TPDateTime utc = tn::CurrentDateTime();
+    std::printf("local %s %.9f\n", Stamp(local).c_str(), double(local));
+    std::printf("utc   %s %.9f\n", Stamp(utc).c_str(), double(utc));
+    return kSuccess;
+}
+
+int ShowFat(const std::string& text) {
+    long long packed = 0;
+    if (!ParseInteger(text, packed) || packed < 0 || packed > 0xFFFFFFFFLL) {
+        return UsageError("date", "--fat needs a 32-bit number, such as 0x40EF38A4");
+    }
+    tn::TPDateTime t;
+    t.SetFileDate(static_cast<std::uint32_t>(packed));
+    std::printf("%s %.9f\n", Stamp(t).c_str(), double(t));
+    return kSuccess;
+}
+
+// The flags that have a text form to read, and that form.
+struct Form {
+    int flag;
+    const char* shape;
+};
+constexpr Form kForms[] = {{16, "HHMMSS, HHMM, HHhMM or HH:MM"},
+                           {144, "HHMMSS, HHMM, HHhMM or HH:MM"},
+                           {22, "HH:MM:SS"},
+                           {150, "HH:MM:SS"},
+                           {24, "HH:MM:SS.hh"},
+                           {32, "DDMMYY"},
+                           {33, "DDMMYYHHMMSS"},
+                           {161, "DDMMYYHHMMSS"},
+                           {34, "YYMMDD"},
+                           {40, "DD.MM.YYYY or DD.MM.YY"},
+                           {43, "dYYYYMmmDD tHHMMSS"},
+                           {44, "YYYY-MM-DD"}};
+
+const Form* FormOf(int flag) {
+    for (const Form& f : kForms) {
+        if (f.flag == flag) return &f;
+    }
+    return nullptr;
+}
+
+double Read(const std::string& text, int flag) {
+    return tn::TPDateTime(tn::TPString(text.c_str(), 0), flag);
+}
+
+// A time reads as 0 both at midnight and when a field is not a number. With every digit 0
+// made a 1, the fields that are numbers stay numbers and no longer give 0 all together.
+bool TimeHasForm(std::string text, int flag) {
+    for (char& c : text) {
+        if (c == '0') c = '1';
+    }
+    return Read(text, flag) != 0.0;
+}
+
+// Whether the library's reading of `text` for `flag` found the form, rather than giving up
+// with 0. A date-time reading keeps a time even when the date part failed, so its parts are
+// looked at one by one.
+bool HasForm(const std::string& text, int flag, double value) {
+    constexpr std::size_t kDate = 6, kDateTime = 12, kMonthNameDateTime = 18;
+    constexpr std::size_t kMonthNameDate = 10, kMonthNameTime = 12;
+    switch (flag) {
+        case 16:
+        case 144:
+        case 22:
+        case 150:
+        case 24:
+            return TimeHasForm(text, flag);
+        case 33:
+        case 161:
+            return text.size() == kDateTime && Read(text.substr(0, kDate), 32) != 0.0 &&
+                   TimeHasForm(text.substr(kDate), 16);
+        case 43: {
+            if (text.size() != kMonthNameDateTime || value == 0.0) return false;
+            tn::TPDateTime date;
+            date.GetYYYYMMMDDString(tn::TPString(text.substr(0, kMonthNameDate).c_str()));
+            return double(date) != 0.0 && TimeHasForm(text.substr(kMonthNameTime), 16);
+        }
+        default:
+            return value != 0.0;
+    }
+}
+
+int ShowReading(const std::string& text, const std::string& flagText) {
+    long long flag = 0;
+    if (!ParseInteger(flagText, flag) || flag < INT_MIN || flag > INT_MAX) {
+        return UsageError("date", "FLAG must be a whole number, such as 32");
+    }
+    const Form* form = FormOf(static_cast<int>(flag));
+    if (form == nullptr) {
+        return UsageError("date", "flag " + flagText +
+                                      " has no text form to read (flags: 16, 144, 22, 150, 24, "
+                                      "32, 33, 161, 34, 40, 43, 44)");
+    }
+    const tn::TPDateTime t(Read(text, form->flag));
+    if (!HasForm(text, form->flag, t)) {
+        std::fprintf(stderr, "tnpkg date: '%s' does not match the form of flag %d (%s)\n",
+                     text.c_str(), form->flag, form->shape);
+        return kFailure;
+    }
+    std::printf("%.9f %s\n", double(t), ToUtf8(t.String(tn::PDateTimeFlag::DateTime)).c_str());
+    return kSuccess;
+}
+
+int RunDate(const std::vector<std::string>& words) {
+    Args args(words, {"--fat"});
+    args.AllowFlags({"--now"});
+    if (!args.Problem().empty()) return UsageError("date", args.Problem());
+    const auto& positional = args.Positional();
+    const auto fat = args.Option("--fat");
+    const bool now = args.Flag("--now");
+    if (now + fat.has_value() + !positional.empty() != 1) {
+        return UsageError("date", "give TEXT FLAG, --now or --fat HEX");
+    }
+    if (now) return ShowNow();
+    if (fat) return ShowFat(*fat);
+    if (positional.size() != 2) return UsageError("date", "needs TEXT and FLAG");
+    return ShowReading(positional[0], positional[1]);
+}
+
+const CommandRegistration reg({"date",
+                               "read a date text, show the package clock, decode a FAT date",
+                               kUsage, RunDate, true});
+
+}  // namespace
+}  // namespace tnpkg

@@ -1,0 +1,170 @@
+// `tnpkg drives` and `tnpkg partitions`: the PC's drives with their volume information, and the
+// partition layout of a drive or of a memory-card image.
+#include <tnpackage/tnpackage.h>
+
+#include <cctype>
+#include <cstdio>
+#include <string>
+
+#include "cli/Command.h"
+#include "cli/Json.h"
+#include "cli/Output.h"
+
+namespace tnpkg {
+namespace {
+
+constexpr int kLetters = 26;
+
+const char* const kDrivesUsage =
+    "usage: tnpkg drives [--json]\n"
+    "\n"
+    "Lists the drives the package knows, each with its volume information: on Windows the\n"
+    "system's drives; elsewhere the letters of the drive map, which the environment variable\n"
+    "TN_DRIVES sets, e.g. TN_DRIVES='C=/home/pilot;E=/media/card'.\n"
+    "  --json  one object per drive\n";
+
+const char* const kPartitionsUsage =
+    "usage: tnpkg partitions IMAGE|LETTER [--json]\n"
+    "\n"
+    "Reports the partition layout (at most five entries, as the Windows drive-layout query\n"
+    "returns it) of a memory-card or disk image file, read from its master boot record, or of\n"
+    "the disk that holds drive LETTER (\"E\" or \"E:\"; elsewhere than Windows a letter of\n"
+    "TN_DRIVES, whose disk must be readable).\n"
+    "  --json  the decoded entries\n";
+
+std::string Hex(std::uint32_t value, int digits) {
+    char text[16];
+    std::snprintf(text, sizeof text, "0x%0*X", digits, static_cast<unsigned>(value));
+    return text;
+}
+
+int RunDrives(const std::vector<std::string>& words) {
+    Args args(words, {});
+    args.AllowFlags({"--json"});
+    if (!args.Problem().empty()) return UsageError("drives", args.Problem());
+    if (!args.Positional().empty()) return UsageError("drives", "takes no arguments");
+    const bool json = args.Flag("--json");
+    const std::uint32_t drives = tn::AvailableDrives();
+    JsonWriter out;
+    out.BeginArray();
+    bool first = true;
+    for (int i = 0; i < kLetters; ++i) {
+        if ((drives & (1u << i)) == 0) continue;
+        const char letter = static_cast<char>('A' + i);
+        const std::string path = ToUtf8(tn::DrivePath(letter));
+        const bool found = tn::GetVolumeInfo(letter);
+        const std::string text = ToUtf8(tn::VolumeInfoText(letter));
+        const tn::TPVolInfo& v = tn::VolInfo;
+        if (json) {
+            out.BeginObject()
+                .Key("letter")
+                .Value(std::string(1, letter))
+                .Key("path")
+                .Value(path)
+                .Key("found")
+                .Value(found)
+                .Key("volume")
+                .Value(v.RootPath)
+                .Key("label")
+                .Value(ToUtf8(v.VolumeName))
+                .Key("serialNumber")
+                .Value(Hex(v.SerialNumber, 8))
+                .Key("maximumComponentLength")
+                .Value(static_cast<unsigned>(v.MaximumComponentLength))
+                .Key("fileSystemFlags")
+                .Value(Hex(v.FileSystemFlags, 8))
+                .Key("fileSystem")
+                .Value(ToUtf8(v.FileSystemName))
+                .Key("driveType")
+                .Value(static_cast<unsigned>(v.DriveType))
+                .Key("driveTypeName")
+                .Value(ToUtf8(tn::DriveTypeName(v.DriveType)))
+                .EndObject();
+            continue;
+        }
+        if (!first) std::printf("\n");
+        first = false;
+        const std::string root = std::string(1, letter) + ":";
+        std::printf("%s%s\n%s\n", root.c_str(), path == root ? "" : (" " + path).c_str(),
+                    text.c_str());
+    }
+    out.EndArray();
+    if (json) {
+        out.Print();
+    } else if (first) {
+        std::fprintf(stderr,
+                     "tnpkg drives: no drives (set TN_DRIVES, e.g. "
+                     "TN_DRIVES='E=/media/card')\n");
+    }
+    return kSuccess;
+}
+
+// "E" and "E:" name a drive; anything else is an image file.
+bool IsDriveName(const std::string& word) {
+    return (word.size() == 1 || (word.size() == 2 && word[1] == ':')) &&
+           std::isalpha(static_cast<unsigned char>(word[0]));
+}
+
+int RunPartitions(const std::vector<std::string>& words) {
+    Args args(words, {});
+    args.AllowFlags({"--json"});
+    if (!args.Problem().empty()) return UsageError("partitions", args.Problem());
+    if (args.Positional().size() != 1) return UsageError("partitions", "takes IMAGE or LETTER");
+    const std::string source = args.Positional()[0];
+    const std::string drive = source.substr(0, 1) + ":";
+    tn::TPDriveLayout layout;
+    const bool read =
+        IsDriveName(source) ? layout.ReadDrive(drive.c_str()) : layout.ReadImage(source.c_str());
+    if (!read) return kFailure;
+    if (!args.Flag("--json")) {
+        std::printf("%s\n", ToUtf8(layout.Report()).c_str());
+        return kSuccess;
+    }
+    JsonWriter out;
+    out.BeginObject()
+        .Key("source")
+        .Value(source)
+        .Key("bytes")
+        .Value(static_cast<unsigned>(layout.Bytes))
+        .Key("partitionCount")
+        .Value(layout.PartitionCount())
+        .Key("signature")
+        .Value(Hex(layout.Signature(), 8))
+        .Key("partitions")
+        .BeginArray();
+    tn::TPDriveLayout::Entry e;
+    for (int i = 0; layout.Partition(i, e); ++i) {
+        out.BeginObject()
+            .Key("index")
+            .Value(i)
+            .Key("type")
+            .Value(Hex(e.PartitionType, 2))
+            .Key("typeName")
+            .Value(tn::PartitionTable::TypeName(e.PartitionType))
+            .Key("number")
+            .Value(static_cast<unsigned>(e.PartitionNumber))
+            .Key("startingOffset")
+            .Value(e.StartingOffset)
+            .Key("length")
+            .Value(e.PartitionLength)
+            .Key("hiddenSectors")
+            .Value(static_cast<unsigned>(e.HiddenSectors))
+            .Key("boot")
+            .Value(e.BootIndicator)
+            .Key("recognized")
+            .Value(e.RecognizedPartition)
+            .EndObject();
+    }
+    out.EndArray().EndObject();
+    out.Print();
+    return kSuccess;
+}
+
+const CommandRegistration drivesReg({"drives", "the PC's drives and their volume information",
+                                     kDrivesUsage, RunDrives, true});
+const CommandRegistration partitionsReg({"partitions",
+                                         "partition layout of a drive or a memory-card image",
+                                         kPartitionsUsage, RunPartitions, true});
+
+}  // namespace
+}  // namespace tnpkg

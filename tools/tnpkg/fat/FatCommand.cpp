@@ -1,0 +1,330 @@
+// `tnpkg fat`: look into, extract from and write to FAT12/FAT16 volumes in image files (memory
+// images and memory-card images). This file holds the shared frame and the read-only views.
+#include "fat/FatCommand.h"
+#include "fat/HostNames.h"
+
+#include <cstdio>
+
+#include "cli/Json.h"
+#include "cli/Output.h"
+
+namespace tnpkg {
+namespace {
+
+constexpr const char* kName = "fat";
+
+const char* const kUsageText =
+    "usage: tnpkg fat info IMAGE [--json]\n"
+    "       tnpkg fat ls IMAGE [PATH] [-l] [-R] [--json]\n"
+    "       tnpkg fat get IMAGE PATH... [--to DIR] [--quiet]\n"
+    "       tnpkg fat cat IMAGE PATH\n"
+    "       tnpkg fat put IMAGE FILE... [--to PATH] [--quiet]\n"
+    "       tnpkg fat mkdir IMAGE PATH\n"
+    "       tnpkg fat format IMAGE --size BYTES [--label NAME] [--force]\n"
+    "\n"
+    "IMAGE is a memory image (.DAT) or a memory-card image. A card with a partition table is\n"
+    "read at its first FAT partition; --partition N (1-4) picks another, --offset BYTES puts\n"
+    "the volume anywhere in the file. Paths inside the volume use / or \\; case does not count,\n"
+    "long and short names both match.\n"
+    "  info    geometry, FAT type, free space and label\n"
+    "  ls      a folder's entries (size, date, name); -l adds the short name, -R goes down\n"
+    "          into the folders\n"
+    "  get     copies files and whole folders out into DIR (default: the current folder);\n"
+    "          --to - writes files to standard output. Names the PC cannot hold (device names,\n"
+    "          \"..\", separators, control characters) are changed and reported\n"
+    "  cat     writes one file to standard output\n"
+    "  put     copies files and folders (with everything in them) into folder PATH of the\n"
+    "          volume (default: the root; created when missing). Names FAT cannot hold are\n"
+    "          changed and reported; an existing file is not overwritten\n"
+    "  mkdir   creates a folder and any missing parents\n"
+    "  format  a new image file of BYTES bytes (K and M suffixes allowed) holding an empty\n"
+    "          FAT12 or FAT16 volume laid out as mkfs.fat lays it out\n"
+    "Writing works on a copy that replaces IMAGE only when everything succeeded. Only FAT12\n"
+    "volumes with 512-byte sectors can be written; FAT16 and other sector sizes are read only.\n";
+
+// Short options of ls: -l, -R and their combinations.
+bool TakeShortOptions(std::vector<std::string>& words, FatRequest& r, std::string& problem) {
+    std::vector<std::string> rest;
+    for (const auto& w : words) {
+        if (w.size() >= 2 && w[0] == '-' && w[1] != '-') {
+            for (std::size_t i = 1; i < w.size(); ++i) {
+                if (w[i] == 'l') {
+                    r.longList = true;
+                } else if (w[i] == 'R') {
+                    r.recursive = true;
+                } else {
+                    problem = "unknown option " + w;
+                    return false;
+                }
+            }
+        } else {
+            rest.push_back(w);
+        }
+    }
+    words = std::move(rest);
+    return true;
+}
+
+const char* TypeName(int bits) {
+    return bits == 12 ? "FAT12" : bits == 16 ? "FAT16" : "none";
+}
+
+std::string WriteRefusal(MountedImage& m) {
+    if (m.FatBits() != 12) {
+        return "tnpkg writes FAT12 volumes only; this one is " +
+               std::string(TypeName(m.FatBits())) +
+               " (the package stores 16-bit FAT entries through the 12-bit packing, which would "
+               "damage it)";
+    }
+    if (m.Volume().BytesPerSector != 512) {
+        return "tnpkg writes volumes with 512-byte sectors only; this one has " +
+               std::to_string(m.Volume().BytesPerSector) +
+               " (the package writes the FAT back in 512-byte steps)";
+    }
+    return {};
+}
+
+std::string Label(MountedImage& m) {
+    auto* root = m.Volume().Root;
+    for (int i = 0; i < root->Count(); ++i) {
+        tn::TPDirEintrag* e = root->Eintrag(i);
+        if (e != nullptr && e->IsVolumeLabel()) {
+            std::string label(reinterpret_cast<const char*>(e->Entry), 11);
+            while (!label.empty() && label.back() == ' ')
+                label.pop_back();
+            return label;
+        }
+    }
+    const std::string& boot = m.Where().bootLabel;
+    return boot == "NO NAME" ? std::string() : boot;
+}
+
+int Info(FatRequest& r) {
+    if (!r.operands.empty()) return FatUsage("info takes IMAGE only");
+    r.args.AllowFlags({"--json"});
+    if (!r.args.Problem().empty()) return FatUsage(r.args.Problem());
+    const auto mounted = MountRequested(r);
+    if (!mounted) return kFailure;
+    MountedImage& m = *mounted;
+    const VolumeLocation& where = m.Where();
+    auto& v = m.Volume();
+    const std::uint32_t free = m.FreeClusters();
+    std::uint64_t files = 0, folders = 0, bytes = 0;
+    CountTree(v.Root, files, folders, bytes);
+    const std::string label = Cp1252ToUtf8(Label(m));
+    const bool retyped = m.CoarseFatBits() != m.FatBits();
+    const std::string refusal = WriteRefusal(m);
+    const std::uint64_t clusterBytes = v.ClusterSize;
+
+    if (r.args.Flag("--json")) {
+        JsonWriter j;
+        j.BeginObject();
+        j.Key("image").Value(r.image);
+        j.Key("volume").Value(where.Describe());
+        j.Key("offset").Value(static_cast<std::int64_t>(where.base));
+        if (where.partition != 0) j.Key("partition").Value(where.partition);
+        j.Key("label").Value(label);
+        j.Key("type").Value(TypeName(m.FatBits()));
+        j.Key("typedByDataClusters").Value(retyped);
+        j.Key("bytesPerSector").Value(static_cast<unsigned>(v.BytesPerSector));
+        j.Key("sectorsPerCluster").Value(static_cast<unsigned>(v.SectorsPerCluster));
+        j.Key("reservedSectors").Value(static_cast<unsigned>(v.ReservedSectors));
+        j.Key("fats").Value(static_cast<unsigned>(v.NumberOfFATs));
+        j.Key("sectorsPerFat").Value(static_cast<unsigned>(v.SectorsPerFAT));
+        j.Key("rootEntries").Value(static_cast<unsigned>(v.RootEntries));
+        j.Key("totalSectors").Value(static_cast<unsigned>(v.TotalSectors));
+        j.Key("media").Value(static_cast<unsigned>(v.MediaDescriptor));
+        j.Key("dataClusters").Value(m.DataClusters());
+        j.Key("freeClusters").Value(free);
+        j.Key("freeBytes").Value(static_cast<std::uint64_t>(free) * clusterBytes);
+        j.Key("files").Value(files);
+        j.Key("folders").Value(folders);
+        j.Key("fileBytes").Value(bytes);
+        j.Key("writable").Value(refusal.empty());
+        j.EndObject();
+        j.Print();
+        return kSuccess;
+    }
+    std::printf("image:               %s\n", r.image.c_str());
+    std::printf("volume:              %s\n", where.Describe().c_str());
+    std::printf("label:               %s\n", label.empty() ? "(none)" : label.c_str());
+    std::printf("type:                %s\n", TypeName(m.FatBits()));
+    if (retyped) {
+        std::printf(
+            "                     typed by its %u data clusters; counting all %u clusters of\n"
+            "                     the volume, as the package does by default, gives %s\n",
+            m.DataClusters(), static_cast<unsigned>(v.ClusterCount), TypeName(m.CoarseFatBits()));
+    }
+    for (const auto& notice : m.Notices())
+        std::printf("                     package: %s\n", Cp1252ToUtf8(notice).c_str());
+    std::printf("bytes per sector:    %u\n", static_cast<unsigned>(v.BytesPerSector));
+    std::printf("sectors per cluster: %u (%llu bytes)\n",
+                static_cast<unsigned>(v.SectorsPerCluster),
+                static_cast<unsigned long long>(clusterBytes));
+    std::printf("reserved sectors:    %u\n", static_cast<unsigned>(v.ReservedSectors));
+    std::printf("FATs:                %u of %u sectors\n", static_cast<unsigned>(v.NumberOfFATs),
+                static_cast<unsigned>(v.SectorsPerFAT));
+    std::printf("root entries:        %u\n", static_cast<unsigned>(v.RootEntries));
+    std::printf("total sectors:       %u (%llu bytes)\n", static_cast<unsigned>(v.TotalSectors),
+                static_cast<unsigned long long>(v.TotalSectors) * v.BytesPerSector);
+    std::printf("media:               0x%02X\n", static_cast<unsigned>(v.MediaDescriptor));
+    std::printf("data clusters:       %u\n", m.DataClusters());
+    std::printf("free:                %u clusters (%llu bytes)\n", free,
+                static_cast<unsigned long long>(free) * clusterBytes);
+    std::printf("content:             %llu files, %llu folders, %llu bytes\n",
+                static_cast<unsigned long long>(files), static_cast<unsigned long long>(folders),
+                static_cast<unsigned long long>(bytes));
+    std::printf("writable by tnpkg:   %s\n", refusal.empty() ? "yes" : "no");
+    return kSuccess;
+}
+
+struct Listing {
+    bool longList;
+    bool recursive;
+    JsonWriter* json;  // null for text
+};
+
+void ListLine(const Listing& how, tn::TPDirEintrag& e, const std::string& shown) {
+    const bool folder = e.IsDirectory();
+    if (how.json != nullptr) {
+        JsonWriter& j = *how.json;
+        j.BeginObject();
+        j.Key("name").Value(Cp1252ToUtf8(ShownName(e)));
+        j.Key("path").Value(Cp1252ToUtf8(NodePath(e)));
+        j.Key("short").Value(ShortName(e));
+        j.Key("type").Value(folder ? "folder" : "file");
+        j.Key("size").Value(NodeSize(e));
+        j.Key("date").Value(DateText(e.FileDate));
+        j.Key("attributes").Value(static_cast<unsigned>(e.Entry[11]));
+        j.EndObject();
+        return;
+    }
+    const std::string size = folder ? "<DIR>" : std::to_string(NodeSize(e));
+    if (how.longList) {
+        std::printf("%10s  %s  %-12s  %s\n", size.c_str(), DateText(e.FileDate).c_str(),
+                    ShortName(e).c_str(), Cp1252ToUtf8(shown).c_str());
+    } else {
+        std::printf("%10s  %s  %s\n", size.c_str(), DateText(e.FileDate).c_str(),
+                    Cp1252ToUtf8(shown).c_str());
+    }
+}
+
+void ListFolder(const Listing& how, tn::TPDirEintrag* folder, const std::string& prefix) {
+    for (tn::TPDirEintrag* e : Children(folder)) {
+        const std::string shown = prefix + ShownName(*e);
+        ListLine(how, *e, shown);
+        if (how.recursive && e->IsDirectory()) ListFolder(how, e, shown + "/");
+    }
+}
+
+int Ls(FatRequest& r) {
+    if (r.operands.size() > 1) return FatUsage("ls takes IMAGE and at most one PATH");
+    r.args.AllowFlags({"--json"});
+    if (!r.args.Problem().empty()) return FatUsage(r.args.Problem());
+    const auto mounted = MountRequested(r);
+    if (!mounted) return kFailure;
+    MountedImage& m = *mounted;
+    std::string problem;
+    tn::TPDirEintrag* node = m.Find(r.operands.empty() ? "/" : r.operands[0], problem);
+    if (node == nullptr) return FatFail(problem);
+
+    JsonWriter json;
+    const Listing how{r.longList, r.recursive, r.args.Flag("--json") ? &json : nullptr};
+    if (how.json != nullptr) {
+        json.BeginObject();
+        json.Key("path").Value(Cp1252ToUtf8(NodePath(*node)));
+        json.Key("entries").BeginArray();
+    }
+    if (node->IsDirectory()) {
+        ListFolder(how, node, "");
+    } else {
+        ListLine(how, *node, ShownName(*node));
+    }
+    if (how.json != nullptr) {
+        json.EndArray();
+        json.EndObject();
+        json.Print();
+    }
+    return kSuccess;
+}
+
+int RunFat(const std::vector<std::string>& words) {
+    std::vector<std::string> rest = words;
+    FatRequest r{"", "", {}, Args({}, {}), false, false, {}};
+    std::string problem;
+    if (!TakeShortOptions(rest, r, problem)) return FatUsage(problem);
+    r.args = Args(rest, {"--offset", "--partition", "--to", "--size", "--label"});
+    const auto& positional = r.args.Positional();
+    if (positional.empty())
+        return FatUsage("needs an action: info, ls, get, cat, put, mkdir, format");
+    r.action = positional[0];
+    if (positional.size() < 2) return FatUsage(r.action + " needs IMAGE");
+    r.image = positional[1];
+    r.operands.assign(positional.begin() + 2, positional.end());
+    if ((r.longList || r.recursive) && r.action != "ls") {
+        return FatUsage("-l and -R belong to ls");
+    }
+    if (!r.choice.Read(r.args, problem)) return FatUsage(problem);
+
+    if (r.action == "info") return Info(r);
+    if (r.action == "ls") return Ls(r);
+    if (r.action == "get") return FatGet(r);
+    if (r.action == "cat") return FatCat(r);
+    if (r.action == "put") return FatPut(r);
+    if (r.action == "mkdir") return FatMkdir(r);
+    if (r.action == "format") return FatFormat(r);
+    return FatUsage("unknown action '" + r.action + "'");
+}
+
+const CommandRegistration reg({kName, "look into, extract from and write to FAT image files",
+                               kUsageText, RunFat, true});
+
+}  // namespace
+
+namespace {
+tn::TPWarningHook tallyForward = nullptr;
+int tallyCount = 0;
+void Tally(tn::TPString text) {
+    ++tallyCount;
+    if (tallyForward != nullptr) tallyForward(text);
+}
+}  // namespace
+
+WarningTally::WarningTally() {
+    tallyForward = tn::OnWarning;
+    tallyCount = 0;
+    tn::OnWarning = &Tally;
+}
+
+WarningTally::~WarningTally() {
+    tn::OnWarning = tallyForward;
+}
+
+int WarningTally::Count() const {
+    return tallyCount;
+}
+
+std::unique_ptr<MountedImage> MountRequested(const FatRequest& r) {
+    VolumeLocation where;
+    std::string problem;
+    if (!LocateVolume(r.image, r.choice, where, problem)) {
+        FatFail(problem);
+        return nullptr;
+    }
+    auto m = std::make_unique<MountedImage>(r.image, where, false);
+    if (!m->Problem().empty()) {
+        FatFail(m->Problem());
+        return nullptr;
+    }
+    return m;
+}
+
+int FatUsage(const std::string& problem) {
+    return UsageError(kName, problem);
+}
+
+std::string FatWriteRefusal(MountedImage& m) {
+    return WriteRefusal(m);
+}
+
+}  // namespace tnpkg

@@ -1,0 +1,50 @@
+// `tnpkg fat`: the actions on FAT volumes inside image files share their argument handling;
+// each group of actions lives in its own file.
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "cli/Command.h"
+#include "fat/FatImage.h"
+
+namespace tnpkg {
+
+struct FatRequest {
+    std::string action;
+    std::string image;
+    std::vector<std::string> operands;  // positional arguments after IMAGE
+    Args args;
+    bool longList = false;   // -l
+    bool recursive = false;  // -R
+    VolumeChoice choice;
+};
+
+int FatGet(FatRequest& r);
+int FatCat(FatRequest& r);
+int FatPut(FatRequest& r);
+int FatMkdir(FatRequest& r);
+int FatFormat(FatRequest& r);
+
+/// Counts the package's warnings while passing them on, so that a step that warned is taken
+/// as failed.
+class WarningTally {
+  public:
+    WarningTally();
+    ~WarningTally();
+    WarningTally(const WarningTally&) = delete;
+    WarningTally& operator=(const WarningTally&) = delete;
+    int Count() const;
+};
+
+/// Mounts the volume the request names, read-only; null after reporting why it cannot.
+std::unique_ptr<MountedImage> MountRequested(const FatRequest& r);
+
+/// Why tnpkg does not write to this volume, or empty when it does.
+std::string FatWriteRefusal(MountedImage& m);
+
+/// Reports a usage problem of `fat`.
+int FatUsage(const std::string& problem);
+
+}  // namespace tnpkg

@@ -1,0 +1,375 @@
+#include "fat/FatImage.h"
+
+#include <cstdio>
+#include <fstream>
+#include <system_error>
+
+#include "cli/Output.h"
+#include "fat/HostNames.h"
+
+namespace tnpkg {
+namespace {
+
+namespace fs = std::filesystem;
+using tn::PartitionTable;
+
+constexpr std::size_t kSector = 512;
+constexpr std::size_t kBootLabel = 43;
+constexpr std::size_t kExtendedSignature = 38;
+
+bool ReadAt(const fs::path& path, std::int64_t offset, unsigned char* bytes, std::size_t n) {
+    std::ifstream in(path, std::ios::binary);
+    if (!in) return false;
+    in.seekg(offset);
+    in.read(reinterpret_cast<char*>(bytes), static_cast<std::streamsize>(n));
+    return in.gcount() == static_cast<std::streamsize>(n);
+}
+
+std::string Hex(unsigned value) {
+    char text[8];
+    std::snprintf(text, sizeof text, "0x%02X", value);
+    return text;
+}
+
+int BitsFor(std::int64_t clusters) {
+    if (clusters < 4085) return 12;
+    if (clusters < 65525) return 16;
+    return 0;
+}
+
+std::string TrimRight(std::string text) {
+    while (!text.empty() && text.back() == ' ')
+        text.pop_back();
+    return text;
+}
+
+// While a volume mounts, its notice about how it typed the FAT is information for the user,
+// not a failure of the command; every other warning passes on as usual.
+std::vector<std::string>* mountNotices = nullptr;
+tn::TPWarningHook mountForward = nullptr;
+
+void DuringMount(tn::TPString text) {
+    const std::string line = text.c_str() != nullptr ? text.c_str() : "";
+    if (mountNotices != nullptr && line.find("FAT-Typ ") != std::string::npos) {
+        mountNotices->push_back(line);
+    } else if (mountForward != nullptr) {
+        mountForward(text);
+    }
+}
+
+}  // namespace
+
+std::string VolumeLocation::Describe() const {
+    if (partition != 0) {
+        return "partition " + std::to_string(partition) + " (" +
+               PartitionTable::TypeName(partitionType) + ") at byte " + std::to_string(base);
+    }
+    return base == 0 ? "the whole image" : "byte " + std::to_string(base);
+}
+
+bool VolumeChoice::Read(const Args& args, std::string& problem) {
+    long long value = 0;
+    if (const auto text = args.Option("--offset")) {
+        if (!ParseInteger(*text, value) || value < 0) {
+            problem = "--offset takes a number of bytes";
+            return false;
+        }
+        offset = value;
+    }
+    if (const auto text = args.Option("--partition")) {
+        if (!ParseInteger(*text, value) || value < 1 || value > PartitionTable::kEntries) {
+            problem = "--partition takes a partition number from 1 to 4";
+            return false;
+        }
+        partition = static_cast<int>(value);
+    }
+    if (offset && partition) {
+        problem = "give either --offset or --partition";
+        return false;
+    }
+    return true;
+}
+
+bool LocateVolume(const fs::path& image, const VolumeChoice& choice, VolumeLocation& where,
+                  std::string& problem) {
+    std::error_code ec;
+    const auto size = static_cast<std::int64_t>(fs::file_size(image, ec));
+    const std::string name = image.string();
+    if (ec || !fs::is_regular_file(image, ec)) {
+        problem = "cannot open " + name;
+        return false;
+    }
+    unsigned char first[kSector] = {};
+    if (size < static_cast<std::int64_t>(kSector) || !ReadAt(image, 0, first, kSector)) {
+        problem = name + " is not a FAT image (" + std::to_string(size) + " bytes)";
+        return false;
+    }
+    where = VolumeLocation{};
+    const PartitionTable table(first, kSector);
+    if (choice.offset) {
+        where.base = *choice.offset;
+    } else if (choice.partition) {
+        if (!table.IsValid()) {
+            problem = name + " has no partition table";
+            return false;
+        }
+        const auto& entry = table.At(*choice.partition - 1);
+        if (!entry.IsUsed()) {
+            problem =
+                "partition " + std::to_string(*choice.partition) + " of " + name + " is empty";
+            return false;
+        }
+        where.partition = *choice.partition;
+        where.partitionType = entry.type;
+        where.base = entry.Offset();
+    } else if (table.Kind() == PartitionTable::SectorKind::FatBootSector) {
+        where.base = 0;
+    } else if (table.IsValid()) {
+        where.partition = table.FirstFat();
+        if (where.partition == 0) {
+            problem = "no FAT12 or FAT16 partition on " + name;
+            for (int i = 0; i < PartitionTable::kEntries; ++i) {
+                const auto& e = table.At(i);
+                if (e.IsUsed() &&
+                    PartitionTable::Support(e.type) == PartitionTable::FatSupport::NotSupported) {
+                    problem += " (partition " + std::to_string(i + 1) +
+                               " is FAT32, which tnpkg cannot read)";
+                    break;
+                }
+            }
+            return false;
+        }
+        where.partitionType = table.At(where.partition - 1).type;
+        where.base = table.VolumeBase(where.partition);
+    } else {
+        problem = name + " is not a FAT image (neither a boot sector nor a partition table)";
+        return false;
+    }
+
+    unsigned char boot[kSector] = {};
+    if (where.base + static_cast<std::int64_t>(kSector) > size ||
+        !ReadAt(image, where.base, boot, kSector)) {
+        problem = "the volume at " + where.Describe() + " lies beyond the end of " + name;
+        return false;
+    }
+    if (boot[kExtendedSignature] == 0x29) {
+        where.bootLabel = TrimRight(std::string(reinterpret_cast<char*>(boot + kBootLabel), 11));
+    }
+    if (!tn::IsFATSector(boot)) {
+        problem = "no FAT boot sector at " + where.Describe() + " of " + name;
+        if (where.partition != 0 &&
+            PartitionTable::Support(where.partitionType) == PartitionTable::FatSupport::None) {
+            problem += " (partition type " + Hex(where.partitionType) + ")";
+        }
+        return false;
+    }
+    if (where.partition != 0 &&
+        PartitionTable::Support(where.partitionType) == PartitionTable::FatSupport::NotSupported) {
+        problem = "partition " + std::to_string(where.partition) + " of " + name +
+                  " is FAT32, which tnpkg cannot read";
+        return false;
+    }
+    return true;
+}
+
+MountedImage::MountedImage(const fs::path& path, const VolumeLocation& where, bool writable)
+    : where_(where) {
+    // A FAT's type is defined by its data clusters; the package's compatible default counts
+    // the whole volume, which mistypes volumes just below 4085 clusters.
+    tn::FATTypeByDataClusters = true;
+    std::string name = path.string();
+    medium_ =
+        std::make_unique<tn::TPDateiSpeicher>(tn::TPString(name.data()), writable, where.base);
+    if (!medium_->IsOpen()) {
+        problem_ = "cannot open " + name + (writable ? " for writing" : "");
+        return;
+    }
+    mountNotices = &notices_;
+    mountForward = tn::OnWarning;
+    tn::OnWarning = &DuringMount;
+    volume_ = std::make_unique<tn::TPVolumeFAT>(medium_.get(), 'A', 0);
+    tn::OnWarning = mountForward;
+    mountNotices = nullptr;
+
+    if (!volume_->Valid || volume_->FATBuffer == nullptr || volume_->Root == nullptr) {
+        problem_ = "the FAT volume at " + where.Describe() + " of " + name +
+                   " has a boot sector that cannot be used";
+    }
+}
+
+MountedImage::~MountedImage() {
+    volume_.reset();  // before the medium it reads from
+    medium_.reset();
+}
+
+int MountedImage::FatBits() const {
+    if (volume_->FATType == 1) return 12;
+    return volume_->FATType == 0 ? 0 : 16;
+}
+
+int MountedImage::CoarseFatBits() const {
+    return BitsFor(volume_->ClusterCount);
+}
+
+std::uint32_t MountedImage::DataClusters() const {
+    const auto limit = volume_->DataClusterLimit();
+    return limit > 2 ? static_cast<std::uint32_t>(limit - 2) : 0;
+}
+
+std::uint32_t MountedImage::FreeClusters() {
+    std::uint32_t free = 0;
+    const auto limit = volume_->DataClusterLimit();
+    for (int n = 2; n < limit; ++n)
+        free += volume_->GetCluster(n) == 0 ? 1 : 0;
+    return free;
+}
+
+bool MountedImage::Flush() {
+    volume_->WriteClusterBuffer();
+    return medium_->Flush();
+}
+
+tn::TPDirEintrag* MountedImage::Find(const std::string& path, std::string& problem, bool utf8) {
+    tn::TPDirEintrag* node = volume_->Root;
+    std::string walked;
+    for (const std::string& part : VolumePathParts(path)) {
+        if (part == "..") {
+            if (node->Parent != nullptr) node = node->Parent;
+            continue;
+        }
+        if (!node->IsDirectory()) {
+            problem = walked + " is not a folder";
+            return nullptr;
+        }
+        bool lossy = false;
+        const std::string wanted = utf8 ? FromUtf8(part, lossy, '?') : part;
+        tn::TPDirEintrag* hit = nullptr;
+        for (tn::TPDirEintrag* child : Children(node)) {
+            if (NameMatches(*child, wanted)) {
+                hit = child;
+                break;
+            }
+        }
+        walked += "/" + (utf8 ? part : Cp1252ToUtf8(part));
+        if (hit == nullptr) {
+            problem = "no " + walked + " in the image";
+            return nullptr;
+        }
+        node = hit;
+    }
+    return node;
+}
+
+std::vector<std::string> VolumePathParts(const std::string& path) {
+    std::vector<std::string> parts;
+    std::size_t start = 0;
+    while (start <= path.size()) {
+        std::size_t end = path.find_first_of("/\\", start);
+        if (end == std::string::npos) end = path.size();
+        std::string part = path.substr(start, end - start);
+        start = end + 1;
+        if (!part.empty() && part != ".") parts.push_back(std::move(part));
+    }
+    return parts;
+}
+
+std::vector<tn::TPDirEintrag*> Children(tn::TPDirEintrag* folder) {
+    std::vector<tn::TPDirEintrag*> children;
+    if (folder == nullptr || !folder->IsDirectory()) return children;
+    auto* dir = static_cast<tn::TPVerzeichnisInfo*>(folder);
+    const int count = dir->Count();
+    children.reserve(static_cast<std::size_t>(count > 0 ? count : 0));
+    for (int i = 0; i < count; ++i) {
+        tn::TPDirEintrag* e = dir->Eintrag(i);
+        if (e != nullptr && !e->IsVolumeLabel()) children.push_back(e);
+    }
+    return children;
+}
+
+std::string ShortName(const tn::TPDirEintrag& node) {
+    std::string base(reinterpret_cast<const char*>(node.Entry), 8);
+    if (!base.empty() && base[0] == '\x05') base[0] = '\xE5';  // a real 0xE5 first character
+    base = TrimRight(base);
+    const std::string ext =
+        TrimRight(std::string(reinterpret_cast<const char*>(node.Entry + 8), 3));
+    return OemToUtf8(ext.empty() ? base : base + "." + ext);
+}
+
+bool NameMatches(const tn::TPDirEintrag& node, const std::string& name) {
+    return FoldCase(ShownName(node)) == FoldCase(name) ||
+           UpperAscii(ShortName(node)) == UpperAscii(Cp1252ToUtf8(name));
+}
+
+std::string ShownName(const tn::TPDirEintrag& node) {
+    return node.Name.c_str() != nullptr ? node.Name.c_str() : "";
+}
+
+std::string NodePath(const tn::TPDirEintrag& node) {
+    std::string path;
+    for (const tn::TPDirEintrag* n = &node; n != nullptr && n->Parent != nullptr; n = n->Parent)
+        path.insert(0, "/" + ShownName(*n));
+    return path.empty() ? "/" : path;
+}
+
+std::string DateText(std::uint32_t v) {
+    char text[32];
+    std::snprintf(text, sizeof text, "%04u-%02u-%02u %02u:%02u", 1980 + (v >> 25), (v >> 21) & 0x0F,
+                  (v >> 16) & 0x1F, (v >> 11) & 0x1F, (v >> 5) & 0x3F);
+    return text;
+}
+
+std::uint32_t NodeSize(const tn::TPDirEintrag& node) {
+    if (!node.IsFile()) return 0;
+    return static_cast<std::uint32_t>(static_cast<const tn::TPDateiInfo&>(node).FileSize);
+}
+
+bool ReadNode(tn::TPDirEintrag& node, std::string& data, std::string& problem) {
+    data.clear();
+    const std::uint32_t size = NodeSize(node);
+    if (size == 0 || !node.IsFile()) return true;
+    tn::TPVolumeFAT* volume = node.Volume;
+    if (size > 0x7FFFFFFFu || volume == nullptr) {
+        problem = "its size of " + std::to_string(size) + " bytes cannot be right";
+        return false;
+    }
+    if (!volume->IsDataCluster(node.FirstCluster)) {
+        problem = "it has " + std::to_string(size) + " bytes but no first cluster";
+        return false;
+    }
+    auto& file = static_cast<tn::TPDateiInfo&>(node);
+    tn::TPFile record;
+    record.Open(&file);
+    data.resize(size);
+    const int got = volume->FileRead(&record, data.data(), static_cast<int>(size));
+    if (got < 0 || static_cast<std::uint32_t>(got) != size) {
+        data.resize(got > 0 ? static_cast<std::size_t>(got) : 0);
+        problem = "its cluster chain ends after " + std::to_string(data.size()) + " of " +
+                  std::to_string(size) + " bytes";
+        return false;
+    }
+    return true;
+}
+
+void CountTree(tn::TPDirEintrag* folder, std::uint64_t& files, std::uint64_t& folders,
+               std::uint64_t& bytes) {
+    for (tn::TPDirEintrag* child : Children(folder)) {
+        if (child->IsDirectory()) {
+            ++folders;
+            CountTree(child, files, folders, bytes);
+        } else {
+            ++files;
+            bytes += NodeSize(*child);
+        }
+    }
+}
+
+int FatFail(const std::string& text) {
+    std::fprintf(stderr, "tnpkg fat: %s\n", text.c_str());
+    return kFailure;
+}
+
+void FatNote(const std::string& text) {
+    std::fprintf(stderr, "tnpkg fat: %s\n", text.c_str());
+}
+
+}  // namespace tnpkg

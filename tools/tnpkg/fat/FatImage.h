@@ -1,0 +1,113 @@
+// A FAT volume inside an image file, for the `fat` commands: where in the image the volume
+// lies (bare volume, partition of a card image, or an offset the user gives), mounting it
+// through a file-backed medium (no whole-file loading), and walking its tree by path.
+#pragma once
+
+#include <tnpackage/tnpackage.h>
+
+#include <cstdint>
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "cli/Command.h"
+
+namespace tnpkg {
+
+/// Where the volume lies in an image.
+struct VolumeLocation {
+    std::int64_t base = 0;  // byte offset of the boot sector in the image
+    int partition = 0;      // 1 to 4 when taken from the partition table, else 0
+    std::uint8_t partitionType = 0;
+    std::string bootLabel;         // the label field of the boot sector, blanks trimmed
+    std::string Describe() const;  // "the whole image", "partition 1 (FAT16) at byte 1048576"
+};
+
+/// The options --offset BYTES and --partition N of the `fat` commands.
+struct VolumeChoice {
+    std::optional<std::int64_t> offset;
+    std::optional<int> partition;
+    /// Reads the options; false with `problem` set on a bad value or when both are given.
+    bool Read(const Args& args, std::string& problem);
+};
+
+/// Finds the volume: an explicit offset, partition N of the table, the first FAT partition of a
+/// card image, or the image itself when it starts with a boot sector. False with a message for
+/// the user when there is none.
+bool LocateVolume(const std::filesystem::path& image, const VolumeChoice& choice,
+                  VolumeLocation& where, std::string& problem);
+
+class MountedImage {
+  public:
+    /// Mounts the volume at `where` in the file `path` (read-only unless `writable`).
+    MountedImage(const std::filesystem::path& path, const VolumeLocation& where, bool writable);
+    ~MountedImage();
+    MountedImage(const MountedImage&) = delete;
+    MountedImage& operator=(const MountedImage&) = delete;
+
+    /// Why the volume could not be mounted, or empty.
+    const std::string& Problem() const { return problem_; }
+    tn::TPVolumeFAT& Volume() { return *volume_; }
+    const VolumeLocation& Where() const { return where_; }
+    /// What the package said about the volume's FAT type while mounting it (Windows-1252).
+    const std::vector<std::string>& Notices() const { return notices_; }
+
+    /// 12 or 16: the width of the FAT entries the volume works with.
+    int FatBits() const;
+    /// The width the volume would have had without typing by data clusters (0: none at all).
+    int CoarseFatBits() const;
+    std::uint32_t DataClusters() const;
+    std::uint32_t FreeClusters();
+
+    /// Writes the changed FAT sectors and forces everything onto the file; false on failure.
+    bool Flush();
+
+    /// The node at `path` ("/" or "" is the root; "/" or "\" separate; case does not count,
+    /// long and short names both match), or null with `problem` set. The path is UTF-8 as the
+    /// user types it, or Windows-1252 as the volume holds it when `utf8` is false.
+    tn::TPDirEintrag* Find(const std::string& path, std::string& problem, bool utf8 = true);
+
+  private:
+    VolumeLocation where_;
+    std::unique_ptr<tn::TPDateiSpeicher> medium_;
+    std::unique_ptr<tn::TPVolumeFAT> volume_;
+    std::string problem_;
+    std::vector<std::string> notices_;
+};
+
+/// The entries of a folder node (the root included), in the volume's order, without the volume
+/// label.
+std::vector<tn::TPDirEintrag*> Children(tn::TPDirEintrag* folder);
+
+/// The name the PC shows for a node (Windows-1252): the long name, or the short one with the
+/// lower-case marks Windows and mtools honour.
+std::string ShownName(const tn::TPDirEintrag& node);
+/// The path of a node from the root, "/" separated and starting with "/" (Windows-1252).
+std::string NodePath(const tn::TPDirEintrag& node);
+/// The 8.3 name as stored ("README.TXT"), as UTF-8.
+std::string ShortName(const tn::TPDirEintrag& node);
+/// Whether `name` (Windows-1252) names the node, as its shown name or its short name, without
+/// regard to case.
+bool NameMatches(const tn::TPDirEintrag& node, const std::string& name);
+/// "2024-07-04 13:05" from the entry's packed date and time.
+std::string DateText(std::uint32_t fatDateTime);
+/// The size of a file node (0 for folders).
+std::uint32_t NodeSize(const tn::TPDirEintrag& node);
+/// The content of a file node; false with `problem` set when its cluster chain is broken (the
+/// bytes found so far are in `data` then).
+bool ReadNode(tn::TPDirEintrag& node, std::string& data, std::string& problem);
+/// Files and folders below `folder` (all levels), in listing order.
+void CountTree(tn::TPDirEintrag* folder, std::uint64_t& files, std::uint64_t& folders,
+               std::uint64_t& bytes);
+
+/// The names of a volume path, split at "/" and "\", without empty ones and ".".
+std::vector<std::string> VolumePathParts(const std::string& path);
+
+/// Writes a message of a `fat` command to standard error: "tnpkg fat: <text>".
+int FatFail(const std::string& text);
+/// A note on standard error that does not fail the command.
+void FatNote(const std::string& text);
+
+}  // namespace tnpkg

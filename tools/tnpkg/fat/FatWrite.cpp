@@ -1,0 +1,426 @@
+// `tnpkg fat put`, `mkdir` and `format`: the commands that change an image. Each works on a
+// copy, reads back what it wrote, and only then lets the copy replace the image.
+#include <algorithm>
+#include <cstdio>
+#include <ctime>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <system_error>
+
+#include "cli/Output.h"
+#include "cli/Progress.h"
+#include "fat/FatCommand.h"
+#include "fat/FatFormat.h"
+#include "fat/HostNames.h"
+#include "image/ImageCopy.h"
+
+namespace tnpkg {
+namespace {
+
+namespace fs = std::filesystem;
+
+struct PlannedFile {
+    fs::path host;
+    std::string fatPath;  // "DIR\SUB\NAME", Windows-1252, from the root
+    std::uint64_t size = 0;
+};
+
+struct Plan {
+    std::vector<std::string> folders;  // to create, parents first
+    std::vector<PlannedFile> files;
+    std::uint64_t clusters = 0;  // clusters the new content needs at most
+    int failures = 0;
+};
+
+std::string Join(const std::string& folder, const std::string& name) {
+    return folder.empty() ? name : folder + "\\" + name;
+}
+
+std::string Shown(const std::string& fatPath) {
+    std::string path = "/" + fatPath;
+    std::replace(path.begin(), path.end(), '\\', '/');
+    return Cp1252ToUtf8(path);
+}
+
+bool ReadHostFile(const fs::path& path, std::string& data) {
+    std::ifstream in(path, std::ios::binary);
+    if (!in) return false;
+    data.assign(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+    return !in.bad();
+}
+
+// The child of `folder` (null: a folder that does not exist yet) named `name` in either form.
+tn::TPDirEintrag* ChildNamed(tn::TPDirEintrag* folder, const std::string& name) {
+    for (tn::TPDirEintrag* child : Children(folder)) {
+        if (NameMatches(*child, name)) return child;
+    }
+    return nullptr;
+}
+
+class Planner {
+  public:
+    Planner(Plan& plan, std::uint64_t clusterBytes) : plan_(plan), clusterBytes_(clusterBytes) {}
+
+    // Plans `host` into the volume folder `fatFolder` (existing node `node`, or null when it is
+    // to be made), with `names` holding the names already given out there.
+    void Add(const fs::path& host, const std::string& fatFolder, tn::TPDirEintrag* node,
+             UniqueNames& names) {
+        std::error_code ec;
+        const auto linkStatus = fs::symlink_status(host, ec);
+        const auto status = fs::status(host, ec);
+        const std::string hostText = PathText(host);
+        if (!fs::exists(status)) {
+            Fail("no " + hostText);
+            return;
+        }
+        const bool folder = fs::is_directory(status);
+        if (folder && fs::is_symlink(linkStatus)) {
+            Fail(hostText + " is a symbolic link to a folder; not followed");
+            return;
+        }
+        if (!folder && !fs::is_regular_file(status)) {
+            Fail(hostText + " is neither a file nor a folder");
+            return;
+        }
+        bool changed = false;
+        std::string hostName = PathText(host.filename());
+        if (hostName.empty() || hostName == "." || hostName == "..") {
+            hostName = PathText(fs::absolute(host).lexically_normal().parent_path().filename());
+        }
+        const std::string mapped = FatLongName(hostName, changed);
+        // A folder that exists takes the new content; a file that exists is kept. Names
+        // given out earlier in this command get a numbered variant instead.
+        tn::TPDirEintrag* existing = node != nullptr ? ChildNamed(node, mapped) : nullptr;
+        std::string name = mapped;
+        if (existing != nullptr && folder && existing->IsDirectory()) {
+            name = ShownName(*existing);
+            names.Reserve(name);
+        } else if (existing == nullptr) {
+            name = names.Claim(mapped);
+            if (name != mapped) {
+                changed = true;
+                existing = node != nullptr ? ChildNamed(node, name) : nullptr;
+            }
+        }
+        const std::string fatPath = Join(fatFolder, name);
+        if (changed) FatNote("stores " + hostText + " as " + Shown(fatPath));
+        ++entries_;
+        if (folder) {
+            if (existing != nullptr && !existing->IsDirectory()) {
+                Fail(Shown(fatPath) + " is a file in the image; " + hostText + " is a folder");
+                return;
+            }
+            if (existing == nullptr) {
+                plan_.folders.push_back(fatPath);
+                plan_.clusters += 1;
+            }
+            AddFolderContent(host, fatPath, existing);
+            return;
+        }
+        if (existing != nullptr) {
+            Fail(Shown(fatPath) + " exists already in the image; not overwritten");
+            return;
+        }
+        const auto size = fs::file_size(host, ec);
+        if (ec || size > 0x7FFFFFFFu) {
+            Fail("cannot read " + hostText);
+            return;
+        }
+        plan_.files.push_back({host, fatPath, size});
+        plan_.clusters += (size + clusterBytes_ - 1) / clusterBytes_;
+    }
+
+    // Every entry set can take a new cluster of its folder when that folder is full.
+    void AddFolderContent(const fs::path& host, const std::string& fatPath,
+                          tn::TPDirEintrag* node) {
+        std::vector<fs::path> children;
+        std::error_code ec;
+        for (const auto& e : fs::directory_iterator(host, ec))
+            children.push_back(e.path());
+        if (ec) {
+            Fail("cannot read the folder " + PathText(host));
+            return;
+        }
+        std::sort(children.begin(), children.end());
+        UniqueNames names;
+        const std::uint64_t before = entries_;
+        for (const auto& child : children)
+            Add(child, fatPath, node, names);
+        // Up to 21 slots of 32 bytes for each new entry (a 255-character long name).
+        plan_.clusters += ((entries_ - before) * 21 * 32 + clusterBytes_ - 1) / clusterBytes_;
+    }
+
+  private:
+    Plan& plan_;
+    std::uint64_t clusterBytes_;
+    std::uint64_t entries_ = 0;
+
+    void Fail(const std::string& text) {
+        ++plan_.failures;
+        FatNote(text);
+    }
+};
+
+// The volume folder `path` (UTF-8, as the user gave it): the existing part is matched by name,
+// the rest is mapped to FAT names and planned for creation. `node` is the deepest existing
+// folder when the whole path exists, else null.
+bool PlanTargetFolder(MountedImage& m, const std::string& path, Plan& plan, std::string& fatPath,
+                      tn::TPDirEintrag*& node) {
+    node = m.Volume().Root;
+    fatPath.clear();
+    for (const std::string& part : VolumePathParts(path)) {
+        if (part == "..") {
+            FatNote("a volume path cannot go up with ..");
+            return false;
+        }
+        bool changed = false;
+        const std::string name = FatLongName(part, changed);
+        tn::TPDirEintrag* child = node != nullptr ? ChildNamed(node, name) : nullptr;
+        if (child != nullptr && !child->IsDirectory()) {
+            FatNote(Shown(Join(fatPath, name)) + " is a file in the image");
+            return false;
+        }
+        fatPath = Join(fatPath, child != nullptr ? ShownName(*child) : name);
+        if (child == nullptr) {
+            if (changed) FatNote("stores folder " + part + " as " + Shown(fatPath));
+            plan.folders.push_back(fatPath);
+            plan.clusters += 1;
+        }
+        node = child;
+    }
+    return true;
+}
+
+// The checks every write makes on the original, read-only.
+bool PrepareWrite(FatRequest& r, VolumeLocation& where, std::unique_ptr<MountedImage>& m) {
+    m = MountRequested(r);
+    if (!m) return false;
+    where = m->Where();
+    const std::string refusal = FatWriteRefusal(*m);
+    if (!refusal.empty()) {
+        FatFail(refusal);
+        return false;
+    }
+    return true;
+}
+
+// Carries out a plan on the copy; false when anything failed or the package warned.
+bool Execute(MountedImage& w, const Plan& plan, bool quiet) {
+    const WarningTally warnings;
+    tn::TPVolumeFAT& v = w.Volume();
+    for (const auto& folder : plan.folders) {
+        std::string path = folder;
+        if (v.ForceDirectories(tn::TPString(path.data())) == nullptr) {
+            FatNote("cannot create the folder " + Shown(folder));
+            return false;
+        }
+    }
+    Progress progress("writing", quiet);
+    std::uint64_t done = 0;
+    for (const auto& file : plan.files) {
+        progress.Update(++done, plan.files.size(), Cp1252ToUtf8(file.fatPath));
+        std::string data;
+        if (!ReadHostFile(file.host, data) || data.size() != file.size) {
+            FatNote("cannot read " + PathText(file.host));
+            return false;
+        }
+        std::string path = file.fatPath;
+        tn::TPFile record;
+        tn::TPDateiInfo* node = v.CreateFile(&record, tn::TPString(path.data()));
+        if (node == nullptr) {
+            FatNote("cannot create " + Shown(file.fatPath));
+            return false;
+        }
+        if (data.empty()) {
+            // The package gives every new entry a cluster; an empty file keeps none, as FAT
+            // wants it (fsck.fat would report the cluster as lost to the file).
+            if (v.IsDataCluster(node->FirstCluster)) {
+                v.SetCluster(node->FirstCluster, 0);
+                node->FirstCluster = 0;
+                node->SaveEntry(true);
+            }
+        } else {
+            const int written =
+                v.FileWrite(&record, data.data(), static_cast<int>(data.size()), true);
+            if (written != static_cast<int>(data.size())) {
+                FatNote("wrote only " + std::to_string(written) + " of " +
+                        std::to_string(data.size()) + " bytes of " + Shown(file.fatPath));
+                return false;
+            }
+        }
+    }
+    if (!w.Flush()) {
+        FatNote("cannot write the copy of the image");
+        return false;
+    }
+    return warnings.Count() == 0;
+}
+
+// Reads everything back from the written copy.
+bool Verify(const fs::path& copy, const VolumeLocation& where, const Plan& plan) {
+    MountedImage m(copy, where, false);
+    if (!m.Problem().empty()) {
+        FatNote("the written copy does not mount: " + m.Problem());
+        return false;
+    }
+    std::string problem;
+    for (const auto& folder : plan.folders) {
+        std::string path = folder;
+        const tn::TPDirEintrag* node = m.Find(path, problem, false);
+        if (node == nullptr || !node->IsDirectory()) {
+            FatNote("the folder " + Shown(folder) + " is missing after writing");
+            return false;
+        }
+    }
+    for (const auto& file : plan.files) {
+        tn::TPDirEintrag* node = m.Find(file.fatPath, problem, false);
+        std::string expected, found;
+        if (node == nullptr || !ReadNode(*node, found, problem) ||
+            !ReadHostFile(file.host, expected) || found != expected) {
+            FatNote(Shown(file.fatPath) + " does not read back as written");
+            return false;
+        }
+    }
+    return true;
+}
+
+int Apply(FatRequest& r, const VolumeLocation& where, const Plan& plan, std::uint32_t free) {
+    if (plan.clusters > free) {
+        return FatFail("not enough room: up to " + std::to_string(plan.clusters) +
+                       " clusters needed, " + std::to_string(free) + " free");
+    }
+    ImageCopy copy{fs::path(r.image)};
+    if (!copy.Problem().empty()) return FatFail(copy.Problem());
+    bool ok = false;
+    {
+        MountedImage w(copy.Path(), where, true);
+        ok = w.Problem().empty() && Execute(w, plan, r.args.Flag("--quiet"));
+        if (!w.Problem().empty()) FatNote(w.Problem());
+    }
+    if (!ok || !Verify(copy.Path(), where, plan)) {
+        return FatFail(r.image + " was left unchanged");
+    }
+    if (!copy.Commit()) return FatFail(copy.Problem() + "; " + r.image + " was left unchanged");
+    return kSuccess;
+}
+
+// "4096", "64K", "4M" (binary units).
+bool ParseSize(const std::string& text, std::uint64_t& bytes) {
+    if (text.empty()) return false;
+    std::string digits = text;
+    std::uint64_t unit = 1;
+    const char last = digits.back();
+    if (last == 'K' || last == 'k') unit = 1024;
+    if (last == 'M' || last == 'm') unit = 1024 * 1024;
+    if (unit != 1) digits.pop_back();
+    long long value = 0;
+    if (!ParseInteger(digits, value) || value <= 0) return false;
+    bytes = static_cast<std::uint64_t>(value) * unit;
+    return true;
+}
+
+std::uint32_t FatNow() {
+    const std::time_t now = std::time(nullptr);
+    const std::tm* t = std::localtime(&now);
+    if (t == nullptr || t->tm_year < 80) return 0;
+    return static_cast<std::uint32_t>((t->tm_year - 80) << 25 | (t->tm_mon + 1) << 21 |
+                                      t->tm_mday << 16 | t->tm_hour << 11 | t->tm_min << 5 |
+                                      t->tm_sec / 2);
+}
+
+}  // namespace
+
+int FatPut(FatRequest& r) {
+    if (r.operands.empty()) return FatUsage("put needs IMAGE and at least one FILE");
+    r.args.AllowFlags({"--quiet"});
+    if (!r.args.Problem().empty()) return FatUsage(r.args.Problem());
+    VolumeLocation where;
+    std::unique_ptr<MountedImage> m;
+    if (!PrepareWrite(r, where, m)) return kFailure;
+
+    Plan plan;
+    std::string folder;
+    tn::TPDirEintrag* node = nullptr;
+    if (!PlanTargetFolder(*m, r.args.Option("--to").value_or("/"), plan, folder, node)) {
+        return FatFail(r.image + " was left unchanged");
+    }
+    Planner planner(plan, m->Volume().ClusterSize);
+    UniqueNames names;
+    for (const auto& host : r.operands)
+        planner.Add(fs::path(host), folder, node, names);
+    if (plan.failures > 0) return FatFail(r.image + " was left unchanged");
+    const std::uint32_t free = m->FreeClusters();
+    m.reset();
+    return Apply(r, where, plan, free);
+}
+
+int FatMkdir(FatRequest& r) {
+    if (r.operands.size() != 1) return FatUsage("mkdir takes IMAGE and one PATH");
+    r.args.AllowFlags({});
+    if (!r.args.Problem().empty()) return FatUsage(r.args.Problem());
+    VolumeLocation where;
+    std::unique_ptr<MountedImage> m;
+    if (!PrepareWrite(r, where, m)) return kFailure;
+    Plan plan;
+    std::string folder;
+    tn::TPDirEintrag* node = nullptr;
+    if (!PlanTargetFolder(*m, r.operands[0], plan, folder, node)) {
+        return FatFail(r.image + " was left unchanged");
+    }
+    if (plan.folders.empty()) {
+        FatNote(Shown(folder) + " exists already");
+        return kSuccess;
+    }
+    const std::uint32_t free = m->FreeClusters();
+    m.reset();
+    return Apply(r, where, plan, free);
+}
+
+int FatFormat(FatRequest& r) {
+    if (!r.operands.empty()) return FatUsage("format takes IMAGE only");
+    r.args.AllowFlags({"--force"});
+    if (!r.args.Problem().empty()) return FatUsage(r.args.Problem());
+    if (r.choice.offset || r.choice.partition) {
+        return FatUsage("format makes a whole image; --offset and --partition do not apply");
+    }
+    std::uint64_t bytes = 0;
+    if (!ParseSize(r.args.Option("--size").value_or(""), bytes)) {
+        return FatUsage("format needs --size BYTES (K and M suffixes allowed)");
+    }
+    bool lossy = false;
+    std::string label = FromUtf8(r.args.Option("--label").value_or(""), lossy, '\x7F');
+    const std::string labelProblem = CheckVolumeLabel(label);
+    if (!labelProblem.empty()) return FatUsage(labelProblem);
+    const auto geometry = ChooseFatGeometry(bytes);
+    if (!geometry) {
+        return FatFail("format makes volumes of " + std::to_string(kFormatMinBytes) + " to " +
+                       std::to_string(kFormatMaxBytes) + " bytes");
+    }
+    const fs::path image(r.image);
+    std::error_code ec;
+    if (fs::exists(image, ec) && !r.args.Flag("--force")) {
+        return FatFail(r.image + " exists already (use --force to replace it)");
+    }
+    const auto now = FatNow();
+    const auto serial = static_cast<std::uint32_t>(std::time(nullptr)) * 2654435761u;
+    const auto area = FatSystemArea(*geometry, label, serial, now);
+    if (!image.parent_path().empty()) fs::create_directories(image.parent_path(), ec);
+    ImageCopy copy(image, true, bytes);
+    if (!copy.Problem().empty()) return FatFail(copy.Problem());
+    {
+        std::fstream out(copy.Path(), std::ios::binary | std::ios::in | std::ios::out);
+        out.write(reinterpret_cast<const char*>(area.data()),
+                  static_cast<std::streamsize>(area.size()));
+        out.close();
+        if (!out) return FatFail("cannot write " + PathText(copy.Path()));
+    }
+    if (!copy.Commit()) return FatFail(copy.Problem());
+    const std::uint64_t clusterBytes = std::uint64_t{geometry->sectorsPerCluster} * 512;
+    std::printf("formatted %s: FAT%d, %llu bytes, %u clusters of %llu bytes\n", r.image.c_str(),
+                geometry->fatBits, static_cast<unsigned long long>(bytes), geometry->dataClusters,
+                static_cast<unsigned long long>(clusterBytes));
+    return kSuccess;
+}
+
+}  // namespace tnpkg

@@ -1,0 +1,341 @@
+// `tnpkg flash`: inspect, erase and program a flash image through the simulated chips.
+#include <tnpackage/tnpackage.h>
+
+#include <cstdio>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <map>
+#include <optional>
+#include <string>
+#include <system_error>
+#include <vector>
+
+#include "cli/Command.h"
+#include "cli/Output.h"
+
+namespace tnpkg {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr const char* kName = "flash";
+// Where `write` maps the file's bytes as the source of the copy; nothing else lives there.
+constexpr std::uint32_t kSourceWindow = 0x10000000;
+
+const char* const kUsageText =
+    "usage: tnpkg flash info IMAGE\n"
+    "       tnpkg flash records IMAGE [--min-version N]\n"
+    "       tnpkg flash erase IMAGE (--sector N | --chip) [FAULTS]\n"
+    "       tnpkg flash write IMAGE FILE --offset N [FAULTS]\n"
+    "\n"
+    "Works on a flash image (the contents of the two flash chips, a whole number of 128 KiB\n"
+    "sectors up to 4 MiB, such as Flash.DAT; `tnpkg image create Flash --size 4194304` makes an\n"
+    "erased one) through the simulated chips, with the chips' command cycles and data polling.\n"
+    "  info     size, sectors, which sectors are blank, and the live records by type\n"
+    "  records  the live records: offset, type, version, size, stride, state, checksum\n"
+    "Records are found as the package reads a region of records, one region per sector from\n"
+    "its first byte: erased flash is stepped over by 0xFFFF bytes, so records are found when\n"
+    "they follow one another from the start of a sector.\n"
+    "  erase    erases sector N (0-based) or the whole chip pair\n"
+    "  write    programs FILE at OFFSET (MemCopy): when the bytes there are not all blank,\n"
+    "           the sectors it touches are erased first, and whatever else they held is lost\n"
+    "The image is changed through a copy that replaces it only when the command succeeded; a\n"
+    "failure reported by the chips' polling gives exit status 1.\n"
+    "FAULTS try out what the chips report when they fail: --stuck N (every bit of the byte at\n"
+    "offset N stays 1, so programming a 0 there fails) and --bad-sector N (sector N never\n"
+    "finishes erasing in either chip).\n"
+    "Numbers may be decimal or hexadecimal with 0x.\n";
+
+int Fail(const std::string& text) {
+    std::fprintf(stderr, "tnpkg flash: %s\n", text.c_str());
+    return kFailure;
+}
+
+// Collects the package's messages while the flash works, so that the command can tell the
+// chip erase's result texts from real complaints.
+class Messages {
+  public:
+    Messages() : previous_(tn::OnWarning) {
+        texts_.clear();
+        tn::OnWarning = &Collect;
+    }
+    ~Messages() { tn::OnWarning = previous_; }
+    Messages(const Messages&) = delete;
+    Messages& operator=(const Messages&) = delete;
+
+    // Prints what is not a chip erase's result; true when there was such a message.
+    bool ReportComplaints() const {
+        bool any = false;
+        for (const auto& text : texts_) {
+            if (text == "L\xF6schen ok!" || text == "L\xF6schen fehlgeschlagen!") continue;
+            std::fprintf(stderr, "warning: %s\n", ToUtf8(text.c_str()).c_str());
+            any = true;
+        }
+        return any;
+    }
+
+  private:
+    static void Collect(tn::TPString text) {
+        texts_.emplace_back(text.c_str() ? text.c_str() : "");
+    }
+    static inline std::vector<std::string> texts_;
+    tn::TPWarningHook previous_;
+};
+
+// A working copy of the image as Flash.DAT in a folder beside it: the flash object loads and
+// saves it there, and only a successful command puts it back in place of the image.
+class WorkingCopy {
+  public:
+    explicit WorkingCopy(const fs::path& image) : image_(image) {
+        folder_ = image.parent_path() / ("." + image.filename().string() + ".tnpkg-flash");
+    }
+    ~WorkingCopy() {
+        std::error_code ec;
+        fs::remove_all(folder_, ec);
+        tn::SpeicherPfad = saved_;
+    }
+    WorkingCopy(const WorkingCopy&) = delete;
+    WorkingCopy& operator=(const WorkingCopy&) = delete;
+
+    bool Prepare(std::string& problem) {
+        std::error_code ec;
+        fs::remove_all(folder_, ec);
+        fs::create_directories(folder_, ec);
+        if (!ec) fs::copy_file(image_, folder_ / "Flash.DAT", ec);
+        if (ec) {
+            problem = "cannot make a working copy of " + image_.string() + ": " + ec.message();
+            return false;
+        }
+        saved_ = tn::SpeicherPfad;
+        tn::SpeicherPfad = folder_.string().c_str();
+        return true;
+    }
+
+    bool Commit(std::string& problem) {
+        std::error_code ec;
+        fs::rename(folder_ / "Flash.DAT", image_, ec);
+        if (ec) problem = "cannot replace " + image_.string() + ": " + ec.message();
+        return !ec;
+    }
+
+  private:
+    fs::path image_;
+    fs::path folder_;
+    tn::TPString saved_;
+};
+
+// The live records of the flash, in the order of the scan.
+class RecordCollector : public tn::TPSaveList {
+  public:
+    std::vector<const tn::TPSaveObject*> records;
+    int AddData(tn::TPSaveObject* r) override {
+        records.push_back(r);
+        return 1;
+    }
+};
+
+// The live records, scanning each sector as a region of its own.
+std::vector<const tn::TPSaveObject*> LiveRecords(const tn::TFlash& flash, int minimumVersion) {
+    RecordCollector collector;
+    for (int at = 0; at + tn::TFlash::kSectorSize <= flash.Size; at += tn::TFlash::kSectorSize)
+        collector.LoadRegion(flash.Buffer + at, tn::TFlash::kSectorSize, minimumVersion);
+    return collector.records;
+}
+
+const char* ChecksumText(const tn::TPSaveObject* r) {
+    if (r->Size <= tn::TPObject::kHeaderSize) return "none";
+    return r->CheckSumValid() ? "valid" : "invalid";
+}
+
+std::optional<int> ImageSize(const fs::path& image, std::string& problem) {
+    std::error_code ec;
+    const auto size = fs::file_size(image, ec);
+    if (ec) {
+        problem = "no image " + image.string();
+    } else if (size == 0 || size % tn::TFlash::kSectorSize != 0 ||
+               size > tn::FlashChipPair::kDefaultSize) {
+        problem = image.string() + " is not a flash image (a whole number of 128 KiB sectors, " +
+                  "at most 4 MiB)";
+    } else {
+        return static_cast<int>(size);
+    }
+    return std::nullopt;
+}
+
+bool BlankSector(const tn::TFlash& flash, int sector) {
+    const char* begin =
+        flash.Buffer + static_cast<std::ptrdiff_t>(sector) * tn::TFlash::kSectorSize;
+    for (int i = 0; i < tn::TFlash::kSectorSize; ++i) {
+        if (static_cast<unsigned char>(begin[i]) != 0xFF) return false;
+    }
+    return true;
+}
+
+int Info(tn::TFlash& flash, const fs::path& image) {
+    const int sectors = flash.Size / tn::TFlash::kSectorSize;
+    std::string blank;
+    int blankCount = 0;
+    for (int s = 0; s < sectors; ++s) {
+        if (!BlankSector(flash, s)) continue;
+        ++blankCount;
+        blank += (blank.empty() ? "" : " ") + std::to_string(s);
+    }
+    const auto records = LiveRecords(flash, 1);
+    std::map<unsigned, int> byType;
+    for (const auto* r : records)
+        ++byType[r->Type];
+    std::printf("file:    %s\n", image.string().c_str());
+    std::printf("size:    %d bytes (0x%X), 2 chips\n", flash.Size,
+                static_cast<unsigned>(flash.Size));
+    std::printf("sectors: %d of 128 KiB, %d blank%s%s\n", sectors, blankCount,
+                blank.empty() ? "" : ": ", blank.c_str());
+    std::printf("records: %zu live\n", records.size());
+    for (const auto& [type, count] : byType)
+        std::printf("  type %u: %d\n", type, count);
+    return kSuccess;
+}
+
+int Records(tn::TFlash& flash, const Args& args) {
+    long long minimum = 1;
+    if (const auto text = args.Option("--min-version")) {
+        if (!ParseInteger(*text, minimum) || minimum < 0 || minimum > 0xFFFF) {
+            return UsageError(kName, "--min-version takes a number from 0 to 65535");
+        }
+    }
+    const auto records = LiveRecords(flash, static_cast<int>(minimum));
+    std::printf("offset       type  version   size  stride  state   checksum\n");
+    for (const auto* r : records) {
+        const auto offset = reinterpret_cast<const char*>(r) - flash.Buffer;
+        std::printf("0x%08lX  %5u  %7u  %5u  0x%04X  0x%04X  %s\n",
+                    static_cast<unsigned long>(offset), r->Type, r->Version, r->Size, r->Stride,
+                    r->State, ChecksumText(r));
+    }
+    return kSuccess;
+}
+
+int Erase(tn::TFlash& flash, const Args& args, bool& changed) {
+    const auto sectorText = args.Option("--sector");
+    const bool chip = args.Flag("--chip");
+    if (chip == sectorText.has_value())
+        return UsageError(kName, "erase takes --sector N or --chip");
+    if (chip) {
+        changed = true;
+        if (!flash.ChipErase(static_cast<int>(tn::TFlash::kBase))) {
+            return Fail("chip erase failed: the chips did not report the erase as done");
+        }
+        std::printf("erased the chip pair (%d bytes)\n", flash.Size);
+        return kSuccess;
+    }
+    long long sector = 0;
+    const int sectors = flash.Size / tn::TFlash::kSectorSize;
+    if (!ParseInteger(*sectorText, sector) || sector < 0 || sector >= sectors) {
+        return UsageError(kName,
+                          "--sector takes a number from 0 to " + std::to_string(sectors - 1));
+    }
+    changed = true;
+    const auto address =
+        tn::TFlash::kBase + static_cast<std::uint32_t>(sector) * tn::TFlash::kSectorSize;
+    if (!flash.SectorErase(static_cast<int>(address), tn::TFlash::kSectorSize, 0)) {
+        return Fail("erase of sector " + std::to_string(sector) +
+                    " failed: the chips reported a time-out");
+    }
+    std::printf("erased sector %lld (offset 0x%X)\n", sector,
+                static_cast<unsigned>(sector * tn::TFlash::kSectorSize));
+    return kSuccess;
+}
+
+int Write(tn::TFlash& flash, const Args& args, const std::string& file, bool& changed) {
+    long long offset = 0;
+    const auto text = args.Option("--offset");
+    if (!text || !ParseInteger(*text, offset) || offset < 0 || offset >= flash.Size) {
+        return UsageError(kName, "write needs --offset inside the image");
+    }
+    std::ifstream in(file, std::ios::binary);
+    if (!in) return Fail("cannot read " + file);
+    std::vector<unsigned char> bytes((std::istreambuf_iterator<char>(in)),
+                                     std::istreambuf_iterator<char>());
+    if (bytes.empty()) return Fail(file + " is empty");
+    if (static_cast<long long>(bytes.size()) > flash.Size - offset) {
+        return Fail(file + " does not fit into the image at offset " + std::to_string(offset));
+    }
+    if (!tn::DeviceAddressSpace::Map(kSourceWindow, bytes.data(),
+                                     static_cast<std::uint32_t>(bytes.size()))) {
+        return Fail("cannot map the file's bytes");
+    }
+    changed = true;
+    const bool done =
+        flash.MemCopy(static_cast<int>(tn::TFlash::kBase + static_cast<std::uint32_t>(offset)),
+                      static_cast<int>(kSourceWindow), static_cast<int>(bytes.size()), false);
+    tn::DeviceAddressSpace::Unmap(kSourceWindow);
+    if (!done) return Fail("programming failed: the chips' polling reported a failure");
+    std::printf("programmed %zu bytes at offset 0x%llX\n", bytes.size(), offset);
+    return kSuccess;
+}
+
+// The simulated faults the command line asks for.
+bool InjectFaults(tn::TFlash& flash, const Args& args) {
+    long long value = 0;
+    if (const auto text = args.Option("--stuck")) {
+        if (!ParseInteger(*text, value) || value < 0 || value >= flash.Size) return false;
+        flash.Chips().StickBits(static_cast<std::uint32_t>(value), 0xFF);
+    }
+    if (const auto text = args.Option("--bad-sector")) {
+        if (!ParseInteger(*text, value) || value < 0 || value >= flash.Chips().Sectors())
+            return false;
+        const auto offset = static_cast<std::uint32_t>(value) * tn::FlashChipPair::kSectorSize;
+        flash.Chips().FailErase(offset);
+        flash.Chips().FailErase(offset + 1);
+    }
+    return true;
+}
+
+int RunFlash(const std::vector<std::string>& words) {
+    Args args(words, {"--sector", "--offset", "--min-version", "--stuck", "--bad-sector"});
+    args.AllowFlags({"--chip"});
+    if (!args.Problem().empty()) return UsageError(kName, args.Problem());
+    const auto& positional = args.Positional();
+    if (positional.empty()) return UsageError(kName, "needs info, records, erase or write");
+    const std::string& action = positional[0];
+    const std::size_t wanted = action == "write" ? 3 : 2;
+    if (action != "info" && action != "records" && action != "erase" && action != "write") {
+        return UsageError(kName, "unknown action '" + action + "'");
+    }
+    if (positional.size() != wanted) {
+        return UsageError(kName, action + (wanted == 3 ? " takes IMAGE and FILE" : " takes IMAGE"));
+    }
+    const fs::path image = positional[1];
+    std::string problem;
+    const auto size = ImageSize(image, problem);
+    if (!size) return Fail(problem);
+
+    WorkingCopy copy(image);
+    if (!copy.Prepare(problem)) return Fail(problem);
+    int status = kSuccess;
+    bool changed = false;
+    bool complaints = false;
+    const Messages messages;
+    {
+        tn::TFlash flash(*size);
+        if (!InjectFaults(flash, args)) {
+            return UsageError(kName,
+                              "--stuck and --bad-sector take an offset / a sector of the image");
+        }
+        if (action == "info") status = Info(flash, image);
+        if (action == "records") status = Records(flash, args);
+        if (action == "erase") status = Erase(flash, args, changed);
+        if (action == "write") status = Write(flash, args, positional[2], changed);
+    }  // the flash object saves the working copy here
+    complaints = messages.ReportComplaints();
+    if (status == kSuccess && complaints) status = kFailure;
+    if (status == kSuccess && changed && !copy.Commit(problem)) return Fail(problem);
+    return status;
+}
+
+const CommandRegistration reg({kName,
+                               "inspect, erase and program a flash image through the chip model",
+                               kUsageText, RunFlash, false});
+
+}  // namespace
+}  // namespace tnpkg

@@ -1,0 +1,45 @@
+// `tnpkg dist`: the distance between two points by one of the package's formulas.
+#include <tnpackage/tnpackage.h>
+
+#include <cstdio>
+
+#include "cli/Command.h"
+#include "geo/GeoPoints.h"
+
+namespace tnpkg {
+namespace {
+
+int RunDist(const std::vector<std::string>& words) {
+    Args args(words, {"--mode"});
+    args.AllowFlags({});
+    if (!args.Problem().empty()) return UsageError("dist", args.Problem());
+    long long mode = tn::DistanzModus;
+    if (const auto text = args.Option("--mode");
+        text && (!ParseInteger(*text, mode) ||
+                 (mode != 1 && mode != 2 && mode != 3 && mode != 4 && mode != 100))) {
+        return UsageError("dist", "--mode must be 1, 2, 3, 4 or 100");
+    }
+    std::vector<tn::TSKoordinate> points;
+    std::string problem;
+    if (!ReadPoints(args.Positional(), 2, points, problem)) return UsageError("dist", problem);
+
+    const int previous = tn::DistanzModus;
+    tn::DistanzModus = static_cast<int>(mode);
+    const tn::zkFloat metres = points[0].Entfernung(points[1]);
+    tn::DistanzModus = previous;
+    std::printf("%.0f\n", static_cast<double>(metres));
+    return kSuccess;
+}
+
+const CommandRegistration reg(
+    {"dist", "distance between two points in metres",
+     "usage: tnpkg dist POINT POINT [--mode N]\n\n"
+     "Prints the distance between two points in whole metres. A point is either an IGC fix\n"
+     "text (4728123N01134567E) or two decimal numbers, latitude and longitude in degrees\n"
+     "(north and east positive).\n\n"
+     "  --mode N   formula: 1 flat earth, 2 law of cosines (default), 3 the historical\n"
+     "             formula, 4 haversine, 100 WGS84 ellipsoid\n",
+     RunDist, true});
+
+}  // namespace
+}  // namespace tnpkg
