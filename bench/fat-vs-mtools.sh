@@ -4,7 +4,10 @@
 #     10,000 files in nested folders (tnpkg fat get --to vs mcopy -s),
 #   - listing them (tnpkg fat ls -R vs mdir -/),
 #   - writing a folder of 500 small files (tnpkg fat put vs mcopy -s),
-#   - writing one file of 1,000 and one of 4,000 clusters (their time ratio should stay below 5).
+#   - writing one file of 1,000 and one of 4,000 clusters (their time ratio should stay below 5),
+#   - putting one 1 KiB file into a 1 MiB FAT12 image and into a 1 GiB sparse FAT16 image: a
+#     journaled write costs what it changes, so the two times stay within 1.5x of each other and
+#     each within 2x of mcopy on the same image.
 # Each timing is the best of three runs. Needs mkfs.fat, mtools and python3; builds tnpkg
 # (RelWithDebInfo) in build/bench-fat unless TNPKG names a built one.
 set -euo pipefail
@@ -95,3 +98,18 @@ for n in 1000 4000; do
   echo "write one file of $n clusters (tnpkg fat put): $t s"
 done
 python3 -c "print(f'ratio 4,000 / 1,000 clusters: {$w4000/$w1000:.2f} (must stay below 5)')"
+
+# One 1 KiB file into a small and a large image; each run starts from a fresh copy of the image.
+head -c 1024 /dev/urandom >"$WORK/one.bin"
+mkfs.fat -C -F 12 "$WORK/small12.pristine" 1024 >/dev/null
+truncate -s 1G "$WORK/sparse16.pristine"
+mkfs.fat -F 16 "$WORK/sparse16.pristine" >/dev/null
+for image in small12 sparse16; do
+  fresh="cp --sparse=always '$WORK/$image.pristine' '$WORK/$image.img'"
+  t=$(best "$fresh" "$TNPKG" fat put "$WORK/$image.img" "$WORK/one.bin" --quiet)
+  m=$(best "$fresh" mcopy -i "$WORK/$image.img" "$WORK/one.bin" ::/)
+  eval "put_$image=$t"
+  row "put one 1 KiB file into $image (put / mcopy)" "$t" "$m"
+  python3 -c "print(f'  target: tnpkg within 2x of mcopy: {$t/$m:.2f}x of it')"
+done
+python3 -c "print(f'put 1 KiB, 1 GiB FAT16 / 1 MiB FAT12: {$put_sparse16/$put_small12:.2f}x (target within 1.5x)')"
