@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "cli/Output.h"
+#include "cli/Warnings.h"
 #include "demo/Demo.h"
 
 namespace tnpkg {
@@ -44,10 +45,10 @@ void ShowFlash() {
         ("tnpkg-flash-demo-" +
          std::to_string(std::chrono::steady_clock::now().time_since_epoch().count()));
     const TPString savedFolder = SpeicherPfad;
-    const TPWarningHook savedHook = OnWarning;
     SpeicherPfad = folder.string().c_str();
-    OnWarning = [](TPString) {};  // the record writer announces itself once
     {
+        // The record writer announces itself once; that is no news in a demo.
+        const WarningCapture unshown("tnpkg demo", WarningCapture::Showing::Held);
         TFlash flash(2 * TFlash::kSectorSize);
         Print("new TFlash: %d bytes at device 0x%08X, two chips of %d sectors\n", flash.Size,
               static_cast<unsigned>(TFlash::kBase), flash.Chips().Sectors());
@@ -75,7 +76,6 @@ void ShowFlash() {
         PrintCycles(flash.Chips(), FlashChipPair::kLow);
         PrintCycles(flash.Chips(), FlashChipPair::kHigh);
     }
-    OnWarning = savedHook;
     SpeicherPfad = savedFolder;
     std::error_code ec;
     fs::remove_all(folder, ec);
