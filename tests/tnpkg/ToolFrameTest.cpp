@@ -88,7 +88,7 @@ TEST_F(ToolFrame, EachActionRefusesTheOptionsItDoesNotTake) {
         "coord 47 11 --mode 1",
         "dist 47 11 48 11 --json",
         "course 47 11 48 11 --mode 2",
-        "date --now --json",
+        "date --json --now",
         "drives --quiet",
         "partitions F --quiet",
         "mod36 1 --json",
@@ -223,8 +223,8 @@ TEST_F(ToolFrame, WarningsShowInUtf8AfterWhatTheToolWasDoing) {
     ASSERT_TRUE(tn::test::PutFile(dir_ / "eight.img", "/A.TXT", "x"));
     r = RunTool("fat ls " + Q("eight.img"), true);
     EXPECT_EQ(r.status, 0) << r.output;
-    EXPECT_TRUE(Has(
-        r.output, "tnpkg fat: while mounting " + (dir_ / "eight.img").string() + ": FAT-Typ FAT12"))
+    EXPECT_TRUE(Has(r.output, "tnpkg fat: while mounting " + (dir_ / "eight.img").string() +
+                                  ": FAT-Volume A: FAT-Typ FAT12 (Cluster 4096, Datencluster 4081"))
         << r.output;
     EXPECT_TRUE(Has(r.output, "A.TXT\n")) << r.output;
 }
