@@ -7,6 +7,7 @@
 
 #include "cli/Json.h"
 #include "cli/Output.h"
+#include "cli/Warnings.h"
 
 namespace tnpkg {
 namespace {
@@ -79,6 +80,7 @@ std::string Label(MountedImage& m) {
 int Info(FatRequest& r) {
     const auto mounted = MountRequested(r);
     if (!mounted) return kFailure;
+    const WarningCapture reading("tnpkg fat: while reading " + r.image);
     MountedImage& m = *mounted;
     const VolumeLocation& where = m.Where();
     auto& v = m.Volume();
@@ -193,6 +195,7 @@ void ListFolder(const Listing& how, tn::TPDirEintrag* folder, const std::string&
 int Ls(FatRequest& r) {
     const auto mounted = MountRequested(r);
     if (!mounted) return kFailure;
+    const WarningCapture reading("tnpkg fat: while reading " + r.image);
     MountedImage& m = *mounted;
     std::string problem;
     tn::TPDirEintrag* node = m.Find(r.operands.empty() ? "/" : r.operands[0], problem);

@@ -330,6 +330,7 @@ StreamResult StreamNode(tn::TPDirEintrag& node, const ByteSink& sink, std::strin
         problem = ChainEnds(0, size);
         return StreamResult::Broken;
     }
+    const WarningCapture reading("tnpkg fat: while reading " + Cp1252ToUtf8(NodePath(node)));
     auto& file = static_cast<tn::TPDateiInfo&>(node);
     tn::TPFile record;
     record.Open(&file);
