@@ -109,9 +109,11 @@ int RunPartitions(const Args& args) {
     tn::TPDriveLayout layout;
     bool read = false;
     {
+        // The package tells a disk or image it could not read only through a warning at times.
         const WarningCapture reading("tnpkg partitions: while reading " + source);
         read = IsDriveName(source) ? layout.ReadDrive(drive.c_str())
                                    : layout.ReadImage(source.c_str());
+        read = read && reading.Count() == 0;
     }
     if (!read) return kFailure;
     if (!args.Flag("--json")) {
