@@ -138,20 +138,20 @@ int Info(Request& r) {
     return kSuccess;
 }
 
+// One line is written at once: a dump of a whole image has a quarter of a million of them.
 void DumpLine(const unsigned char* bytes, int address, int count) {
-    Print("%08X ", static_cast<unsigned>(address));
+    char line[8 + 1 + 3 * kBytesPerDumpLine + 3 + kBytesPerDumpLine + 3];
+    int at = std::snprintf(line, sizeof line, "%08X ", static_cast<unsigned>(address));
     for (int i = 0; i < kBytesPerDumpLine; ++i) {
-        if (i < count) {
-            Print(" %02X", bytes[i]);
-        } else {
-            Print("   ");
-        }
+        at += i < count ? std::snprintf(line + at, sizeof line - at, " %02X", bytes[i])
+                        : std::snprintf(line + at, sizeof line - at, "   ");
     }
-    Print("  |");
-    for (int i = 0; i < count; ++i) {
-        Print("%c", bytes[i] >= 0x20 && bytes[i] < 0x7F ? bytes[i] : '.');
-    }
-    Print("|\n");
+    std::string text(line, static_cast<std::size_t>(at));
+    text += "  |";
+    for (int i = 0; i < count; ++i)
+        text += bytes[i] >= 0x20 && bytes[i] < 0x7F ? static_cast<char>(bytes[i]) : '.';
+    text += "|\n";
+    WriteOutput(text);
 }
 
 int Dump(Request& r) {
