@@ -81,9 +81,9 @@ class TN_EXPORT TFlash : public TPSpeicher {
     /// Erases both chips; reports "L\xF6schen ok!" or "L\xF6schen fehlgeschlagen!" through
     /// Warning as its last step.
     bool ChipErase(int base);
-    /// How many of this object's warnings were such a chip erase result (one per ChipErase).
-    /// They tell the outcome that ChipErase also returns, not a problem: a host that counts
-    /// warnings as failures takes these off (the last one of each ChipErase call).
+    /// How many chip erase results this object has reported through Warning: one per
+    /// ChipErase, always its last warning. A result tells the outcome ChipErase also returns,
+    /// not a problem, so a host that takes warnings as trouble can leave these out.
     int ChipEraseReports() const { return chipEraseReports_; }
     /// Low byte of word 0 << 24 | low byte of word 1 << 16 | word 2 of the sector at address.
     int ProtectSectorTest(int address);
