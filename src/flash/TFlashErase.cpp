@@ -138,6 +138,7 @@ bool TFlash::ChipErase(int base) {
     }
     if (!done) done = (Load(start + kIdentityWord) & kDQ7) == kDQ7;
     sectorBase_ = kBase;
+    ++chipEraseReports_;
     Warning(TPString(done ? "L\xF6schen ok!" : "L\xF6schen fehlgeschlagen!", 0));
     return done;
 }

@@ -233,7 +233,7 @@ TEST(PartitionLayoutTest, PhysicalDriveOfLetters) {
         ASSERT_EQ(warnings.Texts().size(), 1u);
         EXPECT_EQ(warnings.Texts()[0].rfind("CreateFile mit '", 0), 0u);
         EXPECT_EQ(test::RunCommand("TN_DRIVES=R=/dev/shm '" TN_TNPKG_PATH "' partitions R 2>&1")
-                      .output.rfind("warning: CreateFile mit '", 0),
+                      .output.rfind("tnpkg partitions: while reading R: CreateFile mit '", 0),
                   0u);
     }
     SetDriveMap("");

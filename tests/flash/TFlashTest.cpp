@@ -178,7 +178,9 @@ TEST_F(TFlashTest, EraseCommandsAsEachChipSeesThem) {
 
     flash.Chips().ClearCycles();
     sectorErases = 0;
+    EXPECT_EQ(flash.ChipEraseReports(), 0);  // sector erases report nothing
     EXPECT_TRUE(flash.ChipErase(static_cast<int>(kFlashBase)));
+    EXPECT_EQ(flash.ChipEraseReports(), 1);
     Cycles chip = EraseSetupCycles(0);
     chip.push_back({0x5555, 0x10});
     EXPECT_EQ(cycles(FlashChipPair::kLow), chip);
@@ -255,7 +257,9 @@ TEST_F(TFlashTest, FaultsMakeProgrammingAndErasingFail) {
         if (both) flash.Chips().FailErase(2 * kSector);
         warnings_.Clear();
         EXPECT_FALSE(flash.ChipErase(static_cast<int>(kFlashBase)));
-        EXPECT_EQ(warnings_.Texts(), std::vector<std::string>{"L\xF6schen fehlgeschlagen!"});
+        EXPECT_FALSE(flash.ChipErase(static_cast<int>(kFlashBase)));
+        EXPECT_EQ(warnings_.Texts(), std::vector<std::string>(2, "L\xF6schen fehlgeschlagen!"));
+        EXPECT_EQ(flash.ChipEraseReports(), 2);
     }
 }
 

@@ -78,8 +78,13 @@ class TN_EXPORT TFlash : public TPSpeicher {
     bool SectorErase(int address, int length, int mode);
     /// The same for host memory inside a device window (false and a warning elsewhere).
     bool SectorErase(void* address, int length, int mode);
-    /// Erases both chips; reports "L\xF6schen ok!" or "L\xF6schen fehlgeschlagen!".
+    /// Erases both chips; reports "L\xF6schen ok!" or "L\xF6schen fehlgeschlagen!" through
+    /// Warning as its last step.
     bool ChipErase(int base);
+    /// How many chip erase results this object has reported through Warning: one per
+    /// ChipErase, always its last warning. A result tells the outcome ChipErase also returns,
+    /// not a problem, so a host that takes warnings as trouble can leave these out.
+    int ChipEraseReports() const { return chipEraseReports_; }
     /// Low byte of word 0 << 24 | low byte of word 1 << 16 | word 2 of the sector at address.
     int ProtectSectorTest(int address);
     /// Programs `length` bytes from device address `source` to `destination`, erasing the
@@ -116,6 +121,7 @@ class TN_EXPORT TFlash : public TPSpeicher {
     FlashChipPair chips_;
     int writer_ = 0;
     std::uint32_t sectorBase_ = kBase;
+    int chipEraseReports_ = 0;
 
     std::uint16_t Load(std::uint32_t address);
     std::uint8_t LoadByte(std::uint32_t address);

@@ -1,69 +1,51 @@
 #include "cli/Command.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <iterator>
 
 namespace tnpkg {
 
 namespace {
+
+// The overview groups the commands by what they work on. A command missing here still works
+// and is listed after these, by name.
+constexpr const char* kOverviewOrder[] = {
+    "demo",  "igcname", "mod36", "convert", "date",  "dist",   "course",     "coord",
+    "image", "records", "crc",   "fat",     "flash", "drives", "partitions",
+};
+
 std::vector<Command>& Registry() {
     static std::vector<Command> commands;
     return commands;
 }
+
+std::size_t Rank(const char* name) {
+    const auto* begin = std::begin(kOverviewOrder);
+    const auto* end = std::end(kOverviewOrder);
+    const auto* at =
+        std::find_if(begin, end, [name](const char* n) { return std::strcmp(n, name) == 0; });
+    return static_cast<std::size_t>(at - begin);
+}
+
 }  // namespace
 
 CommandRegistration::CommandRegistration(const Command& command) {
     Registry().push_back(command);
 }
 
-const std::vector<Command>& Commands() {
-    return Registry();
-}
-
-Args::Args(std::vector<std::string> words, std::initializer_list<const char*> valued) {
-    for (std::size_t i = 0; i < words.size(); ++i) {
-        const std::string& word = words[i];
-        if (word.size() < 3 || word.compare(0, 2, "--") != 0) {
-            positional_.push_back(word);
-            continue;
-        }
-        bool takesValue = false;
-        for (const char* v : valued)
-            takesValue = takesValue || word == v;
-        if (!takesValue) {
-            flags_.push_back(word);
-        } else if (i + 1 < words.size()) {
-            options_.emplace_back(word, words[++i]);
-        } else if (problem_.empty()) {
-            problem_ = word + " needs a value";
-        }
-    }
-}
-
-bool Args::Flag(const char* name) const {
-    for (const auto& f : flags_) {
-        if (f == name) return true;
-    }
-    return false;
-}
-
-std::optional<std::string> Args::Option(const char* name) const {
-    std::optional<std::string> value;
-    for (const auto& [key, v] : options_) {
-        if (key == name) value = v;
-    }
-    return value;
-}
-
-void Args::AllowFlags(std::initializer_list<const char*> flags) {
-    for (const auto& f : flags_) {
-        bool known = false;
-        for (const char* allowed : flags)
-            known = known || f == allowed;
-        if (!known && problem_.empty()) problem_ = "unknown option " + f;
-    }
+std::vector<const Command*> Commands() {
+    std::vector<const Command*> ordered;
+    for (const Command& c : Registry())
+        ordered.push_back(&c);
+    std::sort(ordered.begin(), ordered.end(), [](const Command* a, const Command* b) {
+        const std::size_t ra = Rank(a->name), rb = Rank(b->name);
+        return ra != rb ? ra < rb : std::strcmp(a->name, b->name) < 0;
+    });
+    return ordered;
 }
 
 int UsageError(const char* command, const std::string& problem) {

@@ -3,6 +3,8 @@
 #include <cmath>
 #include <cstdio>
 
+#include "cli/Output.h"
+
 namespace tnpkg {
 
 std::string JsonQuote(const std::string& text) {
@@ -127,8 +129,7 @@ JsonWriter& JsonWriter::Null() {
 }
 
 void JsonWriter::Print() const {
-    std::fputs(out_.c_str(), stdout);
-    std::fputc('\n', stdout);
+    WriteOutput(out_ + "\n");
 }
 
 }  // namespace tnpkg

@@ -17,6 +17,7 @@
 #endif
 
 #include "cli/Command.h"
+#include "cli/Output.h"
 #include "cli/Progress.h"
 
 namespace tnpkg {
@@ -242,10 +243,7 @@ bool ReadInput(const std::string& name, std::vector<unsigned char>& data, const 
     return ok;
 }
 
-int RunCrc(const std::vector<std::string>& words) {
-    Args args(words, {"--preset", "--width", "--poly", "--init", "--xorout", "--xorin"});
-    args.AllowFlags({"--reflected", "--quiet"});
-    if (!args.Problem().empty()) return UsageError(kName, args.Problem());
+int RunCrc(const Args& args) {
     std::string problem;
     const Calculation calc = Choose(args, problem);
     if (!problem.empty()) return UsageError(kName, problem);
@@ -279,13 +277,27 @@ int RunCrc(const std::vector<std::string>& words) {
         }
         const std::uint32_t value = Compute(calc, crc.get(), data);
         progress.Finish();
-        std::printf("0x%0*X  %s\n", digits, static_cast<unsigned>(value), name.c_str());
+        Print("0x%0*X  %s\n", digits, static_cast<unsigned>(value), name.c_str());
     }
     return status;
 }
 
-const CommandRegistration reg({kName, "CRC of files or standard input (XMODEM, CRC-7, table CRCs)",
-                               kUsage, RunCrc, true});
+const CommandRegistration reg({kName,
+                               "CRC of files or standard input (XMODEM, CRC-7, table CRCs)",
+                               kUsage,
+                               {{nullptr,
+                                 "[FILE...]",
+                                 0,
+                                 kAnyNumber,
+                                 {{"--preset", Takes::Value},
+                                  {"--width", Takes::Value},
+                                  {"--poly", Takes::Value},
+                                  {"--init", Takes::Value},
+                                  {"--xorout", Takes::Value},
+                                  {"--xorin", Takes::Value},
+                                  {"--reflected"},
+                                  {"--quiet"}}}},
+                               RunCrc});
 
 }  // namespace
 }  // namespace tnpkg

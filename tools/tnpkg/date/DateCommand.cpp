@@ -35,8 +35,8 @@ std::string Stamp(const tn::TPDateTime& t) {
 int ShowNow() {
     const tn::TPDateTime local = tn::TPDateTime::CurrentDateTime();
     const tn::TPDateTime utc = tn::CurrentDateTime();
-    std::printf("local %s %.9f\n", Stamp(local).c_str(), double(local));
-    std::printf("utc   %s %.9f\n", Stamp(utc).c_str(), double(utc));
+    Print("local %s %.9f\n", Stamp(local).c_str(), double(local));
+    Print("utc   %s %.9f\n", Stamp(utc).c_str(), double(utc));
     return kSuccess;
 }
 
@@ -47,7 +47,7 @@ int ShowFat(const std::string& text) {
     }
     tn::TPDateTime t;
     t.SetFileDate(static_cast<std::uint32_t>(packed));
-    std::printf("%s %.9f\n", Stamp(t).c_str(), double(t));
+    Print("%s %.9f\n", Stamp(t).c_str(), double(t));
     return kSuccess;
 }
 
@@ -134,14 +134,11 @@ int ShowReading(const std::string& text, const std::string& flagText) {
                      text.c_str(), form->flag, form->shape);
         return kFailure;
     }
-    std::printf("%.9f %s\n", double(t), ToUtf8(t.String(tn::PDateTimeFlag::DateTime)).c_str());
+    Print("%.9f %s\n", double(t), ToUtf8(t.String(tn::PDateTimeFlag::DateTime)).c_str());
     return kSuccess;
 }
 
-int RunDate(const std::vector<std::string>& words) {
-    Args args(words, {"--fat"});
-    args.AllowFlags({"--now"});
-    if (!args.Problem().empty()) return UsageError("date", args.Problem());
+int RunDate(const Args& args) {
     const auto& positional = args.Positional();
     const auto fat = args.Option("--fat");
     const bool now = args.Flag("--now");
@@ -156,7 +153,9 @@ int RunDate(const std::vector<std::string>& words) {
 
 const CommandRegistration reg({"date",
                                "read a date text, show the package clock, decode a FAT date",
-                               kUsage, RunDate, true});
+                               kUsage,
+                               {{nullptr, "TEXT FLAG", 0, 2, {{"--now"}, {"--fat", Takes::Value}}}},
+                               RunDate});
 
 }  // namespace
 }  // namespace tnpkg

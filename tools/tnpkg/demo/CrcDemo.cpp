@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <memory>
 
+#include "cli/Output.h"
 #include "demo/Demo.h"
 
 namespace tnpkg {
@@ -22,24 +23,23 @@ std::unique_ptr<tn::TPCRC> Build(int width, int polynomial, int mode) {
 }
 
 void ShowCrc() {
-    std::printf("check text \"%s\"\n", kCheck);
+    Print("check text \"%s\"\n", kCheck);
     tn::InitCRC16();
-    std::printf("CreateCRC16 (XMODEM)            0x%04X\n", tn::CreateCRC16(kCheck, kCheckLength));
-    std::printf("CreateCRC7 (memory-card byte)   0x%02X  (CRC-7 0x%02X, shifted, end bit set)\n",
-                tn::CreateCRC7(kCheck, kCheckLength), tn::CreateCRC7(kCheck, kCheckLength) >> 1);
+    Print("CreateCRC16 (XMODEM)            0x%04X\n", tn::CreateCRC16(kCheck, kCheckLength));
+    Print("CreateCRC7 (memory-card byte)   0x%02X  (CRC-7 0x%02X, shifted, end bit set)\n",
+          tn::CreateCRC7(kCheck, kCheckLength), tn::CreateCRC7(kCheck, kCheckLength) >> 1);
     const auto bzip2 = Build(32, 0x04C11DB7, 0);
     const auto reflected = Build(32, 0x04C11DB7, 1);
-    std::printf("TPCRC(32, 0x04C11DB7) normal    0x%08X  (CRC-32/BZIP2)\n",
-                bzip2->Create(kCheck, kCheckLength));
-    std::printf(
+    Print("TPCRC(32, 0x04C11DB7) normal    0x%08X  (CRC-32/BZIP2)\n",
+          bzip2->Create(kCheck, kCheckLength));
+    Print(
         "TPCRC(32, 0x04C11DB7) reflected 0x%08X  (register moves by width - 8: not the"
         " common CRC-32)\n",
         reflected->Create(kCheck, kCheckLength));
     auto hyper = Build(16, 0x1021, 0);
     hyper->Set(0xFFFF, 0);
-    std::printf("CreateHyperstone, start 0xFFFF 0x%04X  (CRC-16/MCRF4XX; CreateHS 0x%04X)\n",
-                hyper->CreateHyperstone(kCheck, kCheckLength),
-                hyper->CreateHS(kCheck, kCheckLength));
+    Print("CreateHyperstone, start 0xFFFF 0x%04X  (CRC-16/MCRF4XX; CreateHS 0x%04X)\n",
+          hyper->CreateHyperstone(kCheck, kCheckLength), hyper->CreateHS(kCheck, kCheckLength));
 
     // A loaded file that carries its length at offset 12 and its CRC-32 behind that length.
     unsigned char file[36] = "flight recorder";
@@ -53,8 +53,8 @@ void ShowCrc() {
         file[kLength + i] = static_cast<unsigned char>(value >> (8 * i));
     tn::TPDateiInfo node;
     node.SetBlock(file, sizeof file);
-    std::printf("Check of a %d-byte file with its trailing CRC-32: %s\n", kLength,
-                bzip2->Check(&node) ? "true" : "false");
+    Print("Check of a %d-byte file with its trailing CRC-32: %s\n", kLength,
+          bzip2->Check(&node) ? "true" : "false");
 }
 
 const DemoRegistration crc({60, "CRC checksums", ShowCrc});

@@ -3,6 +3,7 @@
 #include <cstdio>
 
 #include "cli/Command.h"
+#include "cli/Output.h"
 #include "demo/Demo.h"
 
 namespace tnpkg {
@@ -14,23 +15,24 @@ std::vector<DemoSection>& Sections() {
     return sections;
 }
 
-int RunDemo(const std::vector<std::string>& words) {
-    if (!words.empty()) return UsageError("demo", "takes no arguments");
+int RunDemo(const Args&) {
     std::vector<DemoSection> sections = Sections();
     std::stable_sort(sections.begin(), sections.end(),
                      [](const DemoSection& a, const DemoSection& b) { return a.order < b.order; });
     for (const auto& s : sections) {
-        std::printf("== %s\n", s.title);
+        Print("== %s\n", s.title);
         s.show();
-        std::printf("\n");
+        Print("\n");
     }
     return kSuccess;
 }
 
-const CommandRegistration reg({"demo", "show what the library can do, on built-in examples",
+const CommandRegistration reg({"demo",
+                               "show what the library can do, on built-in examples",
                                "usage: tnpkg demo\n\n"
                                "Runs a short tour of the library on built-in examples.\n",
-                               RunDemo, true});
+                               {{nullptr, "", 0, 0, {}}},
+                               RunDemo});
 
 }  // namespace
 

@@ -8,6 +8,7 @@
 #include <string>
 #include <system_error>
 
+#include "cli/Output.h"
 #include "demo/Demo.h"
 #include "fat/FatFormat.h"
 #include "fat/HostNames.h"
@@ -17,17 +18,17 @@ namespace {
 
 namespace fs = std::filesystem;
 
-void Print(tn::TPVerzeichnisInfo* dir, const std::string& indent) {
+void PrintTree(tn::TPVerzeichnisInfo* dir, const std::string& indent) {
     for (int i = 0; i < dir->Count(); ++i) {
         tn::TPDirEintrag* e = dir->Eintrag(i);
         if (e == nullptr || e->IsVolumeLabel()) continue;
         const std::string name = Cp1252ToUtf8(e->Name.c_str() != nullptr ? e->Name.c_str() : "");
         if (e->IsDirectory()) {
-            std::printf("  %s%s/\n", indent.c_str(), name.c_str());
-            Print(static_cast<tn::TPVerzeichnisInfo*>(e), indent + "  ");
+            Print("  %s%s/\n", indent.c_str(), name.c_str());
+            PrintTree(static_cast<tn::TPVerzeichnisInfo*>(e), indent + "  ");
         } else {
-            std::printf("  %s%s  (%d bytes)\n", indent.c_str(), name.c_str(),
-                        static_cast<tn::TPDateiInfo*>(e)->FileSize);
+            Print("  %s%s  (%d bytes)\n", indent.c_str(), name.c_str(),
+                  static_cast<tn::TPDateiInfo*>(e)->FileSize);
         }
     }
 }
@@ -48,32 +49,31 @@ void ShowFat() {
         const auto area = FatSystemArea(*geometry, "DEMO", 0x20241123, 0);
         std::memset(image.Buffer, 0, kSize);
         std::memcpy(image.Buffer, area.data(), area.size());
-        std::printf(
+        Print(
             "a 256 KiB memory image, formatted as mkfs.fat would: FAT%d, %u clusters of "
             "%d bytes\n",
             geometry->fatBits, geometry->dataClusters, geometry->sectorsPerCluster * 512);
 
         tn::TPVolumeFAT volume(&image, 'A', 0);
-        std::printf("new TPVolumeFAT(image, 'A', 0): %s, root %d entries\n",
-                    volume.VolumeString().c_str(), static_cast<int>(volume.RootEntries));
+        Print("new TPVolumeFAT(image, 'A', 0): %s, root %d entries\n",
+              volume.VolumeString().c_str(), static_cast<int>(volume.RootEntries));
         char text[] = "Hallo vom Demo: eine Datei im FAT-Volume\n";
         {
             tn::TPFile file;
             volume.CreateFile(&file, "FLUEGE\\2024\\Erster Flug.igc");
             const int written =
                 volume.FileWrite(&file, text, static_cast<int>(std::strlen(text)), true);
-            std::printf("CreateFile + FileWrite(\"FLUEGE\\2024\\Erster Flug.igc\"): %d bytes\n",
-                        written);
+            Print("CreateFile + FileWrite(\"FLUEGE\\2024\\Erster Flug.igc\"): %d bytes\n", written);
         }
-        std::printf("the tree:\n");
-        Print(volume.Root, "");
+        Print("the tree:\n");
+        PrintTree(volume.Root, "");
         tn::TPDateiInfo* found = volume.SearchFile("\\FLUEGE\\2024\\Erster Flug.igc");
         char back[64] = {};
         if (found != nullptr) {
             tn::TPFile file;
             file.Open(found);
             const int got = volume.FileRead(&file, back, static_cast<int>(sizeof back) - 1);
-            std::printf("SearchFile + FileRead: %d bytes, read back: %s", got, back);
+            Print("SearchFile + FileRead: %d bytes, read back: %s", got, back);
         }
     }  // the image saves itself
     tn::FATTypeByDataClusters = savedTyping;

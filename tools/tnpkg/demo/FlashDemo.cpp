@@ -8,6 +8,8 @@
 #include <system_error>
 #include <vector>
 
+#include "cli/Output.h"
+#include "cli/Warnings.h"
 #include "demo/Demo.h"
 
 namespace tnpkg {
@@ -30,10 +32,10 @@ class Finder : public tn::TPSaveList {
 };
 
 void PrintCycles(const tn::FlashChipPair& chips, int chip) {
-    std::printf("  %s chip saw:", chip == tn::FlashChipPair::kLow ? "low " : "high");
+    Print("  %s chip saw:", chip == tn::FlashChipPair::kLow ? "low " : "high");
     for (const auto& c : chips.Cycles(chip))
-        std::printf(" %X:%02X", static_cast<unsigned>(c.address), c.value);
-    std::printf("\n");
+        Print(" %X:%02X", static_cast<unsigned>(c.address), c.value);
+    Print("\n");
 }
 
 void ShowFlash() {
@@ -43,39 +45,37 @@ void ShowFlash() {
         ("tnpkg-flash-demo-" +
          std::to_string(std::chrono::steady_clock::now().time_since_epoch().count()));
     const TPString savedFolder = SpeicherPfad;
-    const TPWarningHook savedHook = OnWarning;
     SpeicherPfad = folder.string().c_str();
-    OnWarning = [](TPString) {};  // the record writer announces itself once
     {
+        // The record writer announces itself once; that is no news in a demo.
+        const WarningCapture unshown("tnpkg demo", WarningCapture::Showing::Held);
         TFlash flash(2 * TFlash::kSectorSize);
-        std::printf("new TFlash: %d bytes at device 0x%08X, two chips of %d sectors\n", flash.Size,
-                    static_cast<unsigned>(TFlash::kBase), flash.Chips().Sectors());
+        Print("new TFlash: %d bytes at device 0x%08X, two chips of %d sectors\n", flash.Size,
+              static_cast<unsigned>(TFlash::kBase), flash.Chips().Sectors());
         Glider glider;
         flash.Write(&glider, -1);
-        std::printf("Write(record, -1): %d bytes programmed, writer now at %d\n",
-                    static_cast<int>(flash.Chips().ProgrammedBytes()), flash.Writer());
+        Print("Write(record, -1): %d bytes programmed, writer now at %d\n",
+              static_cast<int>(flash.Chips().ProgrammedBytes()), flash.Writer());
         Finder finder;
         finder.LoadRegion(flash.Buffer, static_cast<std::size_t>(flash.Size), 1);
         TPSaveObject* record = finder.found.empty() ? nullptr : finder.found.front();
         if (record != nullptr) {
-            std::printf("  found type %u at device 0x%08X, state 0x%04X, checksum %s\n",
-                        record->Type, DeviceAddressSpace::ToDevice(record).value_or(0),
-                        record->State, record->CheckSumValid() ? "valid" : "invalid");
+            Print("  found type %u at device 0x%08X, state 0x%04X, checksum %s\n", record->Type,
+                  DeviceAddressSpace::ToDevice(record).value_or(0), record->State,
+                  record->CheckSumValid() ? "valid" : "invalid");
             record->Delete();
-            std::printf("Delete() in place: state 0x%04X, live: %s (no erase)\n", record->State,
-                        record->Deleted() ? "yes" : "no");
+            Print("Delete() in place: state 0x%04X, live: %s (no erase)\n", record->State,
+                  record->Deleted() ? "yes" : "no");
         }
         flash.Chips().ClearCycles();
         const bool erased =
             flash.SectorErase(static_cast<int>(TFlash::kBase), TFlash::kSectorSize, 0);
-        std::printf("SectorErase(sector 0) = %s; first word now 0x%04X\n",
-                    erased ? "true" : "false",
-                    static_cast<unsigned>(static_cast<unsigned char>(flash.Buffer[0]) |
-                                          static_cast<unsigned char>(flash.Buffer[1]) << 8));
+        Print("SectorErase(sector 0) = %s; first word now 0x%04X\n", erased ? "true" : "false",
+              static_cast<unsigned>(static_cast<unsigned char>(flash.Buffer[0]) |
+                                    static_cast<unsigned char>(flash.Buffer[1]) << 8));
         PrintCycles(flash.Chips(), FlashChipPair::kLow);
         PrintCycles(flash.Chips(), FlashChipPair::kHigh);
     }
-    OnWarning = savedHook;
     SpeicherPfad = savedFolder;
     std::error_code ec;
     fs::remove_all(folder, ec);

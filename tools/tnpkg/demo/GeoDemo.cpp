@@ -3,6 +3,7 @@
 
 #include <cstdio>
 
+#include "cli/Output.h"
 #include "demo/Demo.h"
 
 namespace tnpkg {
@@ -12,32 +13,32 @@ void ShowGeo() {
     using namespace tn;
     const TSKoordinate unterwoessen(TPString("4743733N01226067E"), 0);
     const TSKoordinate wasserkuppe(50.4989, 9.9386, kmGrad);
-    std::printf("%s is (%d, %d) in 1e-7 degree\n", unterwoessen.IGCString().c_str(),
-                unterwoessen.IntBreite(), unterwoessen.IntLaenge());
+    Print("%s is (%d, %d) in 1e-7 degree\n", unterwoessen.IGCString().c_str(),
+          unterwoessen.IntBreite(), unterwoessen.IntLaenge());
     const int previous = DistanzModus;
     for (int mode : {1, 2, 3, 4, 100}) {
         DistanzModus = mode;
-        std::printf("distance to %s, DistanzModus %3d: %.0f m\n", wasserkuppe.IGCString().c_str(),
-                    mode, static_cast<double>(unterwoessen.Entfernung(wasserkuppe)));
+        Print("distance to %s, DistanzModus %3d: %.0f m\n", wasserkuppe.IGCString().c_str(), mode,
+              static_cast<double>(unterwoessen.Entfernung(wasserkuppe)));
     }
     DistanzModus = previous;
-    std::printf("course there: %.2f degrees\n", unterwoessen.Kurs(wasserkuppe));
+    Print("course there: %.2f degrees\n", unterwoessen.Kurs(wasserkuppe));
 
     char volkslogger[7] = {};
     char* p = volkslogger;
     TSKoordinate::ToVolkslogger(p, unterwoessen.IntBreite());
     TSKoordinate::ToVolkslogger(p, unterwoessen.IntLaenge());
-    std::printf("Volkslogger bytes:");
+    Print("Volkslogger bytes:");
     for (char c : volkslogger)
-        std::printf(" %02X", static_cast<unsigned char>(c));
-    std::printf(" -> %s\n", TSKoordinate(volkslogger, kmVolkslogger).IGCString().c_str());
+        Print(" %02X", static_cast<unsigned char>(c));
+    Print(" -> %s\n", TSKoordinate(volkslogger, kmVolkslogger).IGCString().c_str());
 
     char z80[8] = {};
     unterwoessen.ToVXCFloat(z80);
-    std::printf("Z80 floats:");
+    Print("Z80 floats:");
     for (char c : z80)
-        std::printf(" %02X", static_cast<unsigned char>(c));
-    std::printf(" -> %s\n", TSKoordinate(z80, kmZ80Float).IGCString().c_str());
+        Print(" %02X", static_cast<unsigned char>(c));
+    Print(" -> %s\n", TSKoordinate(z80, kmZ80Float).IGCString().c_str());
 }
 
 const DemoRegistration geo({50, "Coordinates", ShowGeo});

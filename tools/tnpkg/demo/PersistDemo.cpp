@@ -23,15 +23,15 @@ struct Waypoint : tn::TPSaveObject {
 
 void PrintBytes(const unsigned char* p, int n) {
     for (int i = 0; i < n; ++i)
-        std::printf("%02X%s", p[i], i + 1 < n ? " " : "\n");
+        Print("%02X%s", p[i], i + 1 < n ? " " : "\n");
 }
 
 class Counter : public tn::TPSaveList {
   public:
     int AddData(tn::TPSaveObject* r) override {
-        std::printf("  found type %u at device 0x%08X, checksum %s\n", r->Type,
-                    tn::DeviceAddressSpace::ToDevice(r).value_or(0),
-                    r->CheckSumValid() ? "valid" : "invalid");
+        Print("  found type %u at device 0x%08X, checksum %s\n", r->Type,
+              tn::DeviceAddressSpace::ToDevice(r).value_or(0),
+              r->CheckSumValid() ? "valid" : "invalid");
         return 1;
     }
 };
@@ -50,27 +50,27 @@ void ShowRecords() {
     int address = static_cast<int>(kBase);
     home.Save(address, writer);
     turn.Save(address, writer);
-    std::printf("a 24-byte record, saved byte by byte at device 0x%08X:\n  ", kBase);
+    Print("a 24-byte record, saved byte by byte at device 0x%08X:\n  ", kBase);
     PrintBytes(image.data(), 24);
-    std::printf("checksum (CRC-16 of the payload) 0x%04X, live: %s\n", home.CheckSum,
-                home.Deleted() ? "yes" : "no");
+    Print("checksum (CRC-16 of the payload) 0x%04X, live: %s\n", home.CheckSum,
+          home.Deleted() ? "yes" : "no");
 
-    std::printf("state ladder: 0x7FFF -> delete -> 0x%04X -> reactivate -> 0x%04X\n",
-                DeleteSaveObject(0x7FFF), [] {
-                    TPSaveObject o;
-                    o.State = DeleteSaveObject(0x7FFF);
-                    o.ReAktiv();
-                    return o.State;
-                }());
+    Print("state ladder: 0x7FFF -> delete -> 0x%04X -> reactivate -> 0x%04X\n",
+          DeleteSaveObject(0x7FFF), [] {
+              TPSaveObject o;
+              o.State = DeleteSaveObject(0x7FFF);
+              o.ReAktiv();
+              return o.State;
+          }());
 
     TPSaveList list;
     list.Add(image.data());
     list.Add(image.data() + 24);
     list.Save(address, writer);
-    std::printf("save list: table of 2 device addresses, record says table at 0x%08X\n",
-                list.TableAddress);
+    Print("save list: table of 2 device addresses, record says table at 0x%08X\n",
+          list.TableAddress);
 
-    std::printf("scanning the image for live records:\n");
+    Print("scanning the image for live records:\n");
     Counter counter;
     counter.LoadRegion(image.data(), image.size(), 1);
     DeviceAddressSpace::Unmap(kBase);
@@ -79,17 +79,17 @@ void ShowRecords() {
 void ShowStringLists() {
     using namespace tn;
     TPStringList fields(" a , b ,", ',');
-    std::printf("\" a , b ,\" split at ',': %d fields, joined with '|': %s\n", fields.Count,
-                fields.Text("|").c_str());
+    Print("\" a , b ,\" split at ',': %d fields, joined with '|': %s\n", fields.Count,
+          fields.Text("|").c_str());
     TPStringList plain("a,,b", ',');
     TPStringList runs("a,,b", ',', true);
-    std::printf("\"a,,b\": Set gives %d fields, SetExt gives %d\n", plain.Count, runs.Count);
+    Print("\"a,,b\": Set gives %d fields, SetExt gives %d\n", plain.Count, runs.Count);
     TPStringList line("HFDTE 150624", ' ', true);
     TPStringTable table;
     table.AddLine(line);
     line.Set("Flugplatz;Unterw\xF6ssen", ';');
     table.AddLine(line);
-    std::printf("table: %s\n", ToUtf8(table.Text("=", " / ")).c_str());
+    Print("table: %s\n", ToUtf8(table.Text("=", " / ")).c_str());
 }
 
 const DemoRegistration records({70, "Persistent records", ShowRecords});

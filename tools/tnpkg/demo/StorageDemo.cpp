@@ -9,6 +9,7 @@
 #include <string>
 #include <system_error>
 
+#include "cli/Output.h"
 #include "demo/Demo.h"
 
 namespace tnpkg {
@@ -23,10 +24,10 @@ fs::path ScratchFolder() {
 }
 
 void PrintHex(const char* label, const char* bytes, int count) {
-    std::printf("%s", label);
+    Print("%s", label);
     for (int i = 0; i < count; ++i)
-        std::printf(" %02X", static_cast<unsigned char>(bytes[i]));
-    std::printf("\n");
+        Print(" %02X", static_cast<unsigned char>(bytes[i]));
+    Print("\n");
 }
 
 void ShowImage() {
@@ -39,26 +40,26 @@ void ShowImage() {
     std::strcpy(sector, "Hallo aus Sektor 1");
     {
         TPImageSpeicher image("DEMO", 2048);
-        std::printf("new TPImageSpeicher(\"DEMO\", 2048): %s, %d bytes\n",
-                    fs::path(image.FileName.c_str()).filename().string().c_str(), image.Size);
+        Print("new TPImageSpeicher(\"DEMO\", 2048): %s, %d bytes\n",
+              fs::path(image.FileName.c_str()).filename().string().c_str(), image.Size);
         PrintHex("  a fresh image is erased flash:", image.Buffer, 8);
         image.WriteBlock(sector, 1 * TPImageSpeicher::kSectorSize);
-        std::printf("  WriteBlock(sector 1) = \"%s\"\n", sector);
-        std::printf("  InSide(Buffer) = %s, InSide(Buffer + 1) = %s\n",
-                    image.InSide(image.Buffer) ? "true" : "false",
-                    image.InSide(image.Buffer + 1) ? "true" : "false");
+        Print("  WriteBlock(sector 1) = \"%s\"\n", sector);
+        Print("  InSide(Buffer) = %s, InSide(Buffer + 1) = %s\n",
+              image.InSide(image.Buffer) ? "true" : "false",
+              image.InSide(image.Buffer + 1) ? "true" : "false");
         if (image.MapAt(0x00100000)) {
             const auto* mapped = static_cast<const char*>(DeviceAddressSpace::ToHost(0x00100200));
-            std::printf("  mapped at device 0x00100000: device 0x00100200 holds \"%s\"\n", mapped);
+            Print("  mapped at device 0x00100000: device 0x00100200 holds \"%s\"\n", mapped);
         }
     }  // the destructor saves the image and unmaps it
-    std::printf("destroyed: DEMO.DAT holds %ju bytes\n",
-                static_cast<std::uintmax_t>(fs::file_size(folder / "DEMO.DAT")));
+    Print("destroyed: DEMO.DAT holds %ju bytes\n",
+          static_cast<std::uintmax_t>(fs::file_size(folder / "DEMO.DAT")));
     {
         TPImageSpeicher image("DEMO", 2048);
         char back[TPImageSpeicher::kSectorSize] = {};
         image.ReadBlock(back, 1 * TPImageSpeicher::kSectorSize);
-        std::printf("reopened: ReadBlock(sector 1) = \"%s\"\n", back);
+        Print("reopened: ReadBlock(sector 1) = \"%s\"\n", back);
 
         std::ofstream(folder / "ten.bin", std::ios::binary) << "0123456789";
         image.Laden((folder / "ten.bin").string().c_str(), 0, 16);

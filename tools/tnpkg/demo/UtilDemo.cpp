@@ -34,12 +34,12 @@ void ShowLogFile() {
     std::string contents(ec ? 0 : static_cast<std::size_t>(size), '\0');
     std::ifstream(path, std::ios::binary)
         .read(contents.data(), static_cast<std::streamsize>(contents.size()));
-    std::printf("TPLogFile(\"logs/demo.log\"), Write, Append, Write, closed (%zu bytes):\n",
-                contents.size());
+    Print("TPLogFile(\"logs/demo.log\"), Write, Append, Write, closed (%zu bytes):\n",
+          contents.size());
     std::size_t start = 0;
     for (std::size_t end; (end = contents.find("\r\n", start)) != std::string::npos;
          start = end + 2) {
-        std::printf("  %s\\r\\n\n", ToUtf8(contents.substr(start, end - start).c_str()).c_str());
+        Print("  %s\\r\\n\n", ToUtf8(contents.substr(start, end - start).c_str()).c_str());
     }
     fs::remove_all(folder, ec);
 }

@@ -9,6 +9,7 @@
 #include "cli/Command.h"
 #include "cli/Json.h"
 #include "cli/Output.h"
+#include "cli/Warnings.h"
 
 namespace tnpkg {
 namespace {
@@ -38,11 +39,9 @@ std::string Hex(std::uint32_t value, int digits) {
     return text;
 }
 
-int RunDrives(const std::vector<std::string>& words) {
-    Args args(words, {});
-    args.AllowFlags({"--json"});
-    if (!args.Problem().empty()) return UsageError("drives", args.Problem());
-    if (!args.Positional().empty()) return UsageError("drives", "takes no arguments");
+int RunDrives(const Args& args) {
+    // A bad entry of the drive map is reported through a warning; the good ones still list.
+    const WarningCapture warnings("tnpkg drives: while reading the drives");
     const bool json = args.Flag("--json");
     const std::uint32_t drives = tn::AvailableDrives();
     JsonWriter out;
@@ -82,11 +81,10 @@ int RunDrives(const std::vector<std::string>& words) {
                 .EndObject();
             continue;
         }
-        if (!first) std::printf("\n");
+        if (!first) Print("\n");
         first = false;
         const std::string root = std::string(1, letter) + ":";
-        std::printf("%s%s\n%s\n", root.c_str(), path == root ? "" : (" " + path).c_str(),
-                    text.c_str());
+        Print("%s%s\n%s\n", root.c_str(), path == root ? "" : (" " + path).c_str(), text.c_str());
     }
     out.EndArray();
     if (json) {
@@ -96,7 +94,7 @@ int RunDrives(const std::vector<std::string>& words) {
                      "tnpkg drives: no drives (set TN_DRIVES, e.g. "
                      "TN_DRIVES='E=/media/card')\n");
     }
-    return kSuccess;
+    return warnings.Count() == 0 ? kSuccess : kFailure;
 }
 
 // "E" and "E:" name a drive; anything else is an image file.
@@ -105,19 +103,21 @@ bool IsDriveName(const std::string& word) {
            std::isalpha(static_cast<unsigned char>(word[0]));
 }
 
-int RunPartitions(const std::vector<std::string>& words) {
-    Args args(words, {});
-    args.AllowFlags({"--json"});
-    if (!args.Problem().empty()) return UsageError("partitions", args.Problem());
-    if (args.Positional().size() != 1) return UsageError("partitions", "takes IMAGE or LETTER");
+int RunPartitions(const Args& args) {
     const std::string source = args.Positional()[0];
     const std::string drive = source.substr(0, 1) + ":";
     tn::TPDriveLayout layout;
-    const bool read =
-        IsDriveName(source) ? layout.ReadDrive(drive.c_str()) : layout.ReadImage(source.c_str());
+    bool read = false;
+    {
+        // The package tells a disk or image it could not read only through a warning at times.
+        const WarningCapture reading("tnpkg partitions: while reading " + source);
+        read = IsDriveName(source) ? layout.ReadDrive(drive.c_str())
+                                   : layout.ReadImage(source.c_str());
+        read = read && reading.Count() == 0;
+    }
     if (!read) return kFailure;
     if (!args.Flag("--json")) {
-        std::printf("%s\n", ToUtf8(layout.Report()).c_str());
+        Print("%s\n", ToUtf8(layout.Report()).c_str());
         return kSuccess;
     }
     JsonWriter out;
@@ -160,11 +160,16 @@ int RunPartitions(const std::vector<std::string>& words) {
     return kSuccess;
 }
 
-const CommandRegistration drivesReg({"drives", "the PC's drives and their volume information",
-                                     kDrivesUsage, RunDrives, true});
+const CommandRegistration drivesReg({"drives",
+                                     "the PC's drives and their volume information",
+                                     kDrivesUsage,
+                                     {{nullptr, "", 0, 0, {{"--json"}}}},
+                                     RunDrives});
 const CommandRegistration partitionsReg({"partitions",
                                          "partition layout of a drive or a memory-card image",
-                                         kPartitionsUsage, RunPartitions, true});
+                                         kPartitionsUsage,
+                                         {{nullptr, "IMAGE|LETTER", 1, 1, {{"--json"}}}},
+                                         RunPartitions});
 
 }  // namespace
 }  // namespace tnpkg

@@ -7,6 +7,7 @@
 
 #include "cli/Json.h"
 #include "cli/Output.h"
+#include "cli/Warnings.h"
 
 namespace tnpkg {
 namespace {
@@ -41,29 +42,6 @@ const char* const kUsageText =
     "          FAT12 or FAT16 volume laid out as mkfs.fat lays it out\n"
     "Writing works on a copy that replaces IMAGE only when everything succeeded. Only FAT12\n"
     "volumes with 512-byte sectors can be written; FAT16 and other sector sizes are read only.\n";
-
-// Short options of ls: -l, -R and their combinations.
-bool TakeShortOptions(std::vector<std::string>& words, FatRequest& r, std::string& problem) {
-    std::vector<std::string> rest;
-    for (const auto& w : words) {
-        if (w.size() >= 2 && w[0] == '-' && w[1] != '-') {
-            for (std::size_t i = 1; i < w.size(); ++i) {
-                if (w[i] == 'l') {
-                    r.longList = true;
-                } else if (w[i] == 'R') {
-                    r.recursive = true;
-                } else {
-                    problem = "unknown option " + w;
-                    return false;
-                }
-            }
-        } else {
-            rest.push_back(w);
-        }
-    }
-    words = std::move(rest);
-    return true;
-}
 
 const char* TypeName(int bits) {
     return bits == 12 ? "FAT12" : bits == 16 ? "FAT16" : "none";
@@ -100,11 +78,9 @@ std::string Label(MountedImage& m) {
 }
 
 int Info(FatRequest& r) {
-    if (!r.operands.empty()) return FatUsage("info takes IMAGE only");
-    r.args.AllowFlags({"--json"});
-    if (!r.args.Problem().empty()) return FatUsage(r.args.Problem());
     const auto mounted = MountRequested(r);
     if (!mounted) return kFailure;
+    const WarningCapture reading("tnpkg fat: while reading " + r.image);
     MountedImage& m = *mounted;
     const VolumeLocation& where = m.Where();
     auto& v = m.Volume();
@@ -145,36 +121,35 @@ int Info(FatRequest& r) {
         j.Print();
         return kSuccess;
     }
-    std::printf("image:               %s\n", r.image.c_str());
-    std::printf("volume:              %s\n", where.Describe().c_str());
-    std::printf("label:               %s\n", label.empty() ? "(none)" : label.c_str());
-    std::printf("type:                %s\n", TypeName(m.FatBits()));
+    Print("image:               %s\n", r.image.c_str());
+    Print("volume:              %s\n", where.Describe().c_str());
+    Print("label:               %s\n", label.empty() ? "(none)" : label.c_str());
+    Print("type:                %s\n", TypeName(m.FatBits()));
     if (retyped) {
-        std::printf(
+        Print(
             "                     typed by its %u data clusters; counting all %u clusters of\n"
             "                     the volume, as the package does by default, gives %s\n",
             m.DataClusters(), static_cast<unsigned>(v.ClusterCount), TypeName(m.CoarseFatBits()));
     }
     for (const auto& notice : m.Notices())
-        std::printf("                     package: %s\n", Cp1252ToUtf8(notice).c_str());
-    std::printf("bytes per sector:    %u\n", static_cast<unsigned>(v.BytesPerSector));
-    std::printf("sectors per cluster: %u (%llu bytes)\n",
-                static_cast<unsigned>(v.SectorsPerCluster),
-                static_cast<unsigned long long>(clusterBytes));
-    std::printf("reserved sectors:    %u\n", static_cast<unsigned>(v.ReservedSectors));
-    std::printf("FATs:                %u of %u sectors\n", static_cast<unsigned>(v.NumberOfFATs),
-                static_cast<unsigned>(v.SectorsPerFAT));
-    std::printf("root entries:        %u\n", static_cast<unsigned>(v.RootEntries));
-    std::printf("total sectors:       %u (%llu bytes)\n", static_cast<unsigned>(v.TotalSectors),
-                static_cast<unsigned long long>(v.TotalSectors) * v.BytesPerSector);
-    std::printf("media:               0x%02X\n", static_cast<unsigned>(v.MediaDescriptor));
-    std::printf("data clusters:       %u\n", m.DataClusters());
-    std::printf("free:                %u clusters (%llu bytes)\n", free,
-                static_cast<unsigned long long>(free) * clusterBytes);
-    std::printf("content:             %llu files, %llu folders, %llu bytes\n",
-                static_cast<unsigned long long>(files), static_cast<unsigned long long>(folders),
-                static_cast<unsigned long long>(bytes));
-    std::printf("writable by tnpkg:   %s\n", refusal.empty() ? "yes" : "no");
+        Print("                     package: %s\n", Cp1252ToUtf8(notice).c_str());
+    Print("bytes per sector:    %u\n", static_cast<unsigned>(v.BytesPerSector));
+    Print("sectors per cluster: %u (%llu bytes)\n", static_cast<unsigned>(v.SectorsPerCluster),
+          static_cast<unsigned long long>(clusterBytes));
+    Print("reserved sectors:    %u\n", static_cast<unsigned>(v.ReservedSectors));
+    Print("FATs:                %u of %u sectors\n", static_cast<unsigned>(v.NumberOfFATs),
+          static_cast<unsigned>(v.SectorsPerFAT));
+    Print("root entries:        %u\n", static_cast<unsigned>(v.RootEntries));
+    Print("total sectors:       %u (%llu bytes)\n", static_cast<unsigned>(v.TotalSectors),
+          static_cast<unsigned long long>(v.TotalSectors) * v.BytesPerSector);
+    Print("media:               0x%02X\n", static_cast<unsigned>(v.MediaDescriptor));
+    Print("data clusters:       %u\n", m.DataClusters());
+    Print("free:                %u clusters (%llu bytes)\n", free,
+          static_cast<unsigned long long>(free) * clusterBytes);
+    Print("content:             %llu files, %llu folders, %llu bytes\n",
+          static_cast<unsigned long long>(files), static_cast<unsigned long long>(folders),
+          static_cast<unsigned long long>(bytes));
+    Print("writable by tnpkg:   %s\n", refusal.empty() ? "yes" : "no");
     return kSuccess;
 }
 
@@ -201,11 +176,11 @@ void ListLine(const Listing& how, tn::TPDirEintrag& e, const std::string& shown)
     }
     const std::string size = folder ? "<DIR>" : std::to_string(NodeSize(e));
     if (how.longList) {
-        std::printf("%10s  %s  %-12s  %s\n", size.c_str(), DateText(e.FileDate).c_str(),
-                    ShortName(e).c_str(), Cp1252ToUtf8(shown).c_str());
+        Print("%10s  %s  %-12s  %s\n", size.c_str(), DateText(e.FileDate).c_str(),
+              ShortName(e).c_str(), Cp1252ToUtf8(shown).c_str());
     } else {
-        std::printf("%10s  %s  %s\n", size.c_str(), DateText(e.FileDate).c_str(),
-                    Cp1252ToUtf8(shown).c_str());
+        Print("%10s  %s  %s\n", size.c_str(), DateText(e.FileDate).c_str(),
+              Cp1252ToUtf8(shown).c_str());
     }
 }
 
@@ -218,18 +193,17 @@ void ListFolder(const Listing& how, tn::TPDirEintrag* folder, const std::string&
 }
 
 int Ls(FatRequest& r) {
-    if (r.operands.size() > 1) return FatUsage("ls takes IMAGE and at most one PATH");
-    r.args.AllowFlags({"--json"});
-    if (!r.args.Problem().empty()) return FatUsage(r.args.Problem());
     const auto mounted = MountRequested(r);
     if (!mounted) return kFailure;
+    const WarningCapture reading("tnpkg fat: while reading " + r.image);
     MountedImage& m = *mounted;
     std::string problem;
     tn::TPDirEintrag* node = m.Find(r.operands.empty() ? "/" : r.operands[0], problem);
     if (node == nullptr) return FatFail(problem);
 
     JsonWriter json;
-    const Listing how{r.longList, r.recursive, r.args.Flag("--json") ? &json : nullptr};
+    const Listing how{r.args.Flag("-l"), r.args.Flag("-R"),
+                      r.args.Flag("--json") ? &json : nullptr};
     if (how.json != nullptr) {
         json.BeginObject();
         json.Key("path").Value(Cp1252ToUtf8(NodePath(*node)));
@@ -248,22 +222,11 @@ int Ls(FatRequest& r) {
     return kSuccess;
 }
 
-int RunFat(const std::vector<std::string>& words) {
-    std::vector<std::string> rest = words;
-    FatRequest r{"", "", {}, Args({}, {}), false, false, {}};
+int RunFat(const Args& args) {
+    const auto& positional = args.Positional();
+    FatRequest r{
+        args.Action(), positional[0], {positional.begin() + 1, positional.end()}, args, {}};
     std::string problem;
-    if (!TakeShortOptions(rest, r, problem)) return FatUsage(problem);
-    r.args = Args(rest, {"--offset", "--partition", "--to", "--size", "--label"});
-    const auto& positional = r.args.Positional();
-    if (positional.empty())
-        return FatUsage("needs an action: info, ls, get, cat, put, mkdir, format");
-    r.action = positional[0];
-    if (positional.size() < 2) return FatUsage(r.action + " needs IMAGE");
-    r.image = positional[1];
-    r.operands.assign(positional.begin() + 2, positional.end());
-    if ((r.longList || r.recursive) && r.action != "ls") {
-        return FatUsage("-l and -R belong to ls");
-    }
     if (!r.choice.Read(r.args, problem)) return FatUsage(problem);
 
     if (r.action == "info") return Info(r);
@@ -276,33 +239,37 @@ int RunFat(const std::vector<std::string>& words) {
     return FatUsage("unknown action '" + r.action + "'");
 }
 
-const CommandRegistration reg({kName, "look into, extract from and write to FAT image files",
-                               kUsageText, RunFat, true});
+// Where the volume lies, for every action that opens an existing image.
+const OptionSpec kOffset{"--offset", Takes::Value};
+const OptionSpec kPartition{"--partition", Takes::Value};
+const OptionSpec kNoJournal{"--no-journal"};
+
+const CommandRegistration reg(
+    {kName,
+     "look into, extract from and write to FAT image files",
+     kUsageText,
+     {{"info", "IMAGE", 1, 1, {{"--json"}, kOffset, kPartition}},
+      {"ls", "IMAGE [PATH]", 1, 2, {{"-l"}, {"-R"}, {"--json"}, kOffset, kPartition}},
+      {"get",
+       "IMAGE PATH...",
+       2,
+       kAnyNumber,
+       {{"--to", Takes::Value}, {"--quiet"}, kOffset, kPartition}},
+      {"cat", "IMAGE PATH", 2, 2, {kOffset, kPartition}},
+      {"put",
+       "IMAGE FILE...",
+       2,
+       kAnyNumber,
+       {{"--to", Takes::Value}, {"--quiet"}, kOffset, kPartition, kNoJournal}},
+      {"mkdir", "IMAGE PATH", 2, 2, {kOffset, kPartition, kNoJournal}},
+      {"format",
+       "IMAGE",
+       1,
+       1,
+       {{"--size", Takes::Value}, {"--label", Takes::Value}, {"--force"}, kNoJournal}}},
+     RunFat});
 
 }  // namespace
-
-namespace {
-tn::TPWarningHook tallyForward = nullptr;
-int tallyCount = 0;
-void Tally(tn::TPString text) {
-    ++tallyCount;
-    if (tallyForward != nullptr) tallyForward(text);
-}
-}  // namespace
-
-WarningTally::WarningTally() {
-    tallyForward = tn::OnWarning;
-    tallyCount = 0;
-    tn::OnWarning = &Tally;
-}
-
-WarningTally::~WarningTally() {
-    tn::OnWarning = tallyForward;
-}
-
-int WarningTally::Count() const {
-    return tallyCount;
-}
 
 std::unique_ptr<MountedImage> MountRequested(const FatRequest& r) {
     VolumeLocation where;
@@ -312,6 +279,12 @@ std::unique_ptr<MountedImage> MountRequested(const FatRequest& r) {
         return nullptr;
     }
     auto m = std::make_unique<MountedImage>(r.image, where, false);
+    // What the package said while mounting explains a failed mount; about a volume that
+    // mounted it is a note (info lists it with the volume's details).
+    if (!m->Problem().empty() || r.action != "info") {
+        for (const auto& notice : m->Notices())
+            FatNote("while mounting " + r.image + ": " + Cp1252ToUtf8(notice));
+    }
     if (!m->Problem().empty()) {
         FatFail(m->Problem());
         return nullptr;

@@ -15,9 +15,7 @@ struct FatRequest {
     std::string action;
     std::string image;
     std::vector<std::string> operands;  // positional arguments after IMAGE
-    Args args;
-    bool longList = false;   // -l
-    bool recursive = false;  // -R
+    const Args& args;
     VolumeChoice choice;
 };
 
@@ -26,17 +24,6 @@ int FatCat(FatRequest& r);
 int FatPut(FatRequest& r);
 int FatMkdir(FatRequest& r);
 int FatFormat(FatRequest& r);
-
-/// Counts the package's warnings while passing them on, so that a step that warned is taken
-/// as failed.
-class WarningTally {
-  public:
-    WarningTally();
-    ~WarningTally();
-    WarningTally(const WarningTally&) = delete;
-    WarningTally& operator=(const WarningTally&) = delete;
-    int Count() const;
-};
 
 /// Mounts the volume the request names, read-only; null after reporting why it cannot.
 std::unique_ptr<MountedImage> MountRequested(const FatRequest& r);

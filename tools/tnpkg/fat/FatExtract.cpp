@@ -1,30 +1,18 @@
 // `tnpkg fat get` and `tnpkg fat cat`: files and folders out of a volume. Whatever names the
 // image holds, nothing is written outside the target folder.
-#include <cstdio>
 #include <filesystem>
-#include <fstream>
 #include <system_error>
 
 #include "cli/Output.h"
 #include "cli/Progress.h"
 #include "fat/FatCommand.h"
 #include "fat/HostNames.h"
-
-#ifdef _WIN32
-#include <fcntl.h>
-#include <io.h>
-#endif
+#include "fat/NewHostFile.h"
 
 namespace tnpkg {
 namespace {
 
 namespace fs = std::filesystem;
-
-void BinaryStdout() {
-#ifdef _WIN32
-    _setmode(_fileno(stdout), _O_BINARY);
-#endif
-}
 
 class Extractor {
   public:
@@ -106,15 +94,15 @@ class Extractor {
     void WriteFile(tn::TPDirEintrag& node, const fs::path& target) {
         progress_.Update(++done_, total_, Cp1252ToUtf8(ShownName(node)));
         if (!UsableTarget(target, false)) return;
-        std::string data, problem;
-        const bool whole = ReadNode(node, data, problem);
-        std::ofstream out(target, std::ios::binary | std::ios::trunc);
-        out.write(data.data(), static_cast<std::streamsize>(data.size()));
-        out.close();
-        if (!out) {
-            Fail("cannot write " + PathText(target));
-        } else if (!whole) {
-            Fail(Cp1252ToUtf8(NodePath(node)) + ": " + problem + " (kept what was found)");
+        NewHostFile out(target);
+        std::string problem;
+        const StreamResult read = StreamNode(
+            node, [&out](const char* bytes, std::size_t n) { return out.Write(bytes, n); },
+            problem);
+        if (!out.Close()) {
+            Fail(PathText(target) + ": " + out.Problem());
+        } else if (read == StreamResult::Broken) {
+            Fail(Cp1252ToUtf8(NodePath(node)) + ": " + problem);
         }
     }
 };
@@ -141,24 +129,24 @@ int ToStandardOutput(const std::vector<tn::TPDirEintrag*>& nodes) {
                            " is a folder; only files go to standard output");
         }
     }
-    BinaryStdout();
+    BinaryOutput();
     int status = kSuccess;
     for (tn::TPDirEintrag* node : nodes) {
-        std::string data, problem;
-        const bool whole = ReadNode(*node, data, problem);
-        std::fwrite(data.data(), 1, data.size(), stdout);
-        if (!whole) status = FatFail(Cp1252ToUtf8(NodePath(*node)) + ": " + problem);
+        std::string problem;
+        const StreamResult read = StreamNode(
+            *node, [](const char* bytes, std::size_t n) { return WriteOutput(bytes, n); }, problem);
+        // A failed output is reported once, when the tool finishes it.
+        if (read == StreamResult::Stopped) return kFailure;
+        if (read == StreamResult::Broken) {
+            status = FatFail(Cp1252ToUtf8(NodePath(*node)) + ": " + problem);
+        }
     }
-    std::fflush(stdout);
-    return std::ferror(stdout) ? FatFail("cannot write to standard output") : status;
+    return status;
 }
 
 }  // namespace
 
 int FatGet(FatRequest& r) {
-    if (r.operands.empty()) return FatUsage("get needs IMAGE and at least one PATH");
-    r.args.AllowFlags({"--quiet"});
-    if (!r.args.Problem().empty()) return FatUsage(r.args.Problem());
     const auto mounted = MountRequested(r);
     if (!mounted) return kFailure;
     MountedImage& m = *mounted;
@@ -193,9 +181,6 @@ int FatGet(FatRequest& r) {
 }
 
 int FatCat(FatRequest& r) {
-    if (r.operands.size() != 1) return FatUsage("cat takes IMAGE and one PATH");
-    r.args.AllowFlags({});
-    if (!r.args.Problem().empty()) return FatUsage(r.args.Problem());
     const auto mounted = MountRequested(r);
     if (!mounted) return kFailure;
     MountedImage& m = *mounted;

@@ -1,10 +1,12 @@
 #include "fat/FatImage.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <fstream>
 #include <system_error>
 
 #include "cli/Output.h"
+#include "cli/Warnings.h"
 #include "fat/HostNames.h"
 
 namespace tnpkg {
@@ -43,18 +45,9 @@ std::string TrimRight(std::string text) {
     return text;
 }
 
-// While a volume mounts, its notice about how it typed the FAT is information for the user,
-// not a failure of the command; every other warning passes on as usual.
-std::vector<std::string>* mountNotices = nullptr;
-tn::TPWarningHook mountForward = nullptr;
-
-void DuringMount(tn::TPString text) {
-    const std::string line = text.c_str() != nullptr ? text.c_str() : "";
-    if (mountNotices != nullptr && line.find("FAT-Typ ") != std::string::npos) {
-        mountNotices->push_back(line);
-    } else if (mountForward != nullptr) {
-        mountForward(text);
-    }
+std::string ChainEnds(std::uint64_t found, std::uint32_t size) {
+    return "the cluster chain ends after " + std::to_string(found) + " of " + std::to_string(size) +
+           " bytes; " + std::to_string(size - found) + " bytes missing";
 }
 
 }  // namespace
@@ -184,12 +177,14 @@ MountedImage::MountedImage(const fs::path& path, const VolumeLocation& where, bo
         problem_ = "cannot open " + name + (writable ? " for writing" : "");
         return;
     }
-    mountNotices = &notices_;
-    mountForward = tn::OnWarning;
-    tn::OnWarning = &DuringMount;
-    volume_ = std::make_unique<tn::TPVolumeFAT>(medium_.get(), 'A', 0);
-    tn::OnWarning = mountForward;
-    mountNotices = nullptr;
+    {
+        // What the package says while it mounts is kept for the caller to show: about a
+        // volume that mounts, it is information (such as how the FAT was typed), not failure.
+        const WarningCapture mounting("tnpkg fat: while mounting " + name,
+                                      WarningCapture::Showing::Held);
+        volume_ = std::make_unique<tn::TPVolumeFAT>(medium_.get(), 'A', 0);
+        notices_ = mounting.Texts();
+    }
 
     if (!volume_->Valid || volume_->FATBuffer == nullptr || volume_->Root == nullptr) {
         problem_ = "the FAT volume at " + where.Describe() + " of " + name +
@@ -323,31 +318,53 @@ std::uint32_t NodeSize(const tn::TPDirEintrag& node) {
     return static_cast<std::uint32_t>(static_cast<const tn::TPDateiInfo&>(node).FileSize);
 }
 
-bool ReadNode(tn::TPDirEintrag& node, std::string& data, std::string& problem) {
-    data.clear();
+StreamResult StreamNode(tn::TPDirEintrag& node, const ByteSink& sink, std::string& problem) {
     const std::uint32_t size = NodeSize(node);
-    if (size == 0 || !node.IsFile()) return true;
+    if (size == 0 || !node.IsFile()) return StreamResult::Whole;
     tn::TPVolumeFAT* volume = node.Volume;
-    if (size > 0x7FFFFFFFu || volume == nullptr) {
+    if (size > 0x7FFFFFFFu || volume == nullptr || volume->ClusterSize == 0) {
         problem = "its size of " + std::to_string(size) + " bytes cannot be right";
-        return false;
+        return StreamResult::Broken;
     }
     if (!volume->IsDataCluster(node.FirstCluster)) {
-        problem = "it has " + std::to_string(size) + " bytes but no first cluster";
-        return false;
+        problem = ChainEnds(0, size);
+        return StreamResult::Broken;
     }
+    const WarningCapture reading("tnpkg fat: while reading " + Cp1252ToUtf8(NodePath(node)));
     auto& file = static_cast<tn::TPDateiInfo&>(node);
     tn::TPFile record;
     record.Open(&file);
-    data.resize(size);
-    const int got = volume->FileRead(&record, data.data(), static_cast<int>(size));
-    if (got < 0 || static_cast<std::uint32_t>(got) != size) {
-        data.resize(got > 0 ? static_cast<std::size_t>(got) : 0);
-        problem = "its cluster chain ends after " + std::to_string(data.size()) + " of " +
-                  std::to_string(size) + " bytes";
-        return false;
+    // One cluster at a time: the size in the entry is only a claim. No chain is longer than
+    // the data area; one that seems to be loops.
+    const std::uint32_t piece = volume->ClusterSize;
+    const auto clusters = static_cast<std::uint64_t>(std::max(volume->DataClusterLimit() - 2, 0));
+    const std::uint64_t most = std::min<std::uint64_t>(size, clusters * piece);
+    std::vector<char> buffer(piece);
+    std::uint64_t done = 0;
+    while (done < most) {
+        const auto want = static_cast<int>(std::min<std::uint64_t>(piece, most - done));
+        const int got = volume->FileRead(&record, buffer.data(), want);
+        if (got <= 0) break;
+        if (!sink(buffer.data(), static_cast<std::size_t>(got))) return StreamResult::Stopped;
+        done += static_cast<std::uint64_t>(got);
+        record.Position += got;
+        // A record that could not step on to a next cluster stays behind its last sector.
+        if (got < want || record.SectorIndex >= volume->SectorsPerCluster) break;
     }
-    return true;
+    if (done < size) {
+        problem = ChainEnds(done, size);
+        return StreamResult::Broken;
+    }
+    return StreamResult::Whole;
+}
+
+bool ReadNode(tn::TPDirEintrag& node, std::string& data, std::string& problem) {
+    data.clear();
+    const auto append = [&data](const char* bytes, std::size_t count) {
+        data.append(bytes, count);
+        return true;
+    };
+    return StreamNode(node, append, problem) == StreamResult::Whole;
 }
 
 void CountTree(tn::TPDirEintrag* folder, std::uint64_t& files, std::uint64_t& folders,

@@ -7,6 +7,7 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -51,7 +52,8 @@ class MountedImage {
     const std::string& Problem() const { return problem_; }
     tn::TPVolumeFAT& Volume() { return *volume_; }
     const VolumeLocation& Where() const { return where_; }
-    /// What the package said about the volume's FAT type while mounting it (Windows-1252).
+    /// What the package said while mounting the volume (Windows-1252), such as how it typed
+    /// the FAT; not shown by the mount itself.
     const std::vector<std::string>& Notices() const { return notices_; }
 
     /// 12 or 16: the width of the FAT entries the volume works with.
@@ -95,8 +97,19 @@ bool NameMatches(const tn::TPDirEintrag& node, const std::string& name);
 std::string DateText(std::uint32_t fatDateTime);
 /// The size of a file node (0 for folders).
 std::uint32_t NodeSize(const tn::TPDirEintrag& node);
-/// The content of a file node; false with `problem` set when its cluster chain is broken (the
-/// bytes found so far are in `data` then).
+/// Takes the next piece of a file's content; false stops the reading.
+using ByteSink = std::function<bool(const char* bytes, std::size_t count)>;
+enum class StreamResult {
+    Whole,    // every byte the entry claims went to the sink
+    Broken,   // the cluster chain ended early (or the size cannot be right): `problem` says so
+    Stopped,  // the sink refused a piece
+};
+/// Hands the content of a file node to `sink` a cluster at a time, never holding the whole
+/// file, and never more bytes than the volume's data area holds, whatever size the entry
+/// claims. When the chain ends early, the sink has had everything up to there.
+StreamResult StreamNode(tn::TPDirEintrag& node, const ByteSink& sink, std::string& problem);
+/// The whole content of a file node, read through StreamNode; false with `problem` set when
+/// its cluster chain is broken (the bytes found so far are in `data` then).
 bool ReadNode(tn::TPDirEintrag& node, std::string& data, std::string& problem);
 /// Files and folders below `folder` (all levels), in listing order.
 void CountTree(tn::TPDirEintrag* folder, std::uint64_t& files, std::uint64_t& folders,

@@ -10,6 +10,7 @@
 
 #include "cli/Output.h"
 #include "cli/Progress.h"
+#include "cli/Warnings.h"
 #include "fat/FatCommand.h"
 #include "fat/FatFormat.h"
 #include "fat/HostNames.h"
@@ -207,7 +208,8 @@ bool PrepareWrite(FatRequest& r, VolumeLocation& where, std::unique_ptr<MountedI
 
 // Carries out a plan on the copy; false when anything failed or the package warned.
 bool Execute(MountedImage& w, const Plan& plan, bool quiet) {
-    const WarningTally warnings;
+    // The package reports a step it could not do only through a warning.
+    const WarningCapture warnings("tnpkg fat: while writing the image");
     tn::TPVolumeFAT& v = w.Volume();
     for (const auto& folder : plan.folders) {
         std::string path = folder;
@@ -332,9 +334,6 @@ std::uint32_t FatNow() {
 }  // namespace
 
 int FatPut(FatRequest& r) {
-    if (r.operands.empty()) return FatUsage("put needs IMAGE and at least one FILE");
-    r.args.AllowFlags({"--quiet"});
-    if (!r.args.Problem().empty()) return FatUsage(r.args.Problem());
     VolumeLocation where;
     std::unique_ptr<MountedImage> m;
     if (!PrepareWrite(r, where, m)) return kFailure;
@@ -356,9 +355,6 @@ int FatPut(FatRequest& r) {
 }
 
 int FatMkdir(FatRequest& r) {
-    if (r.operands.size() != 1) return FatUsage("mkdir takes IMAGE and one PATH");
-    r.args.AllowFlags({});
-    if (!r.args.Problem().empty()) return FatUsage(r.args.Problem());
     VolumeLocation where;
     std::unique_ptr<MountedImage> m;
     if (!PrepareWrite(r, where, m)) return kFailure;
@@ -378,12 +374,6 @@ int FatMkdir(FatRequest& r) {
 }
 
 int FatFormat(FatRequest& r) {
-    if (!r.operands.empty()) return FatUsage("format takes IMAGE only");
-    r.args.AllowFlags({"--force"});
-    if (!r.args.Problem().empty()) return FatUsage(r.args.Problem());
-    if (r.choice.offset || r.choice.partition) {
-        return FatUsage("format makes a whole image; --offset and --partition do not apply");
-    }
     std::uint64_t bytes = 0;
     if (!ParseSize(r.args.Option("--size").value_or(""), bytes)) {
         return FatUsage("format needs --size BYTES (K and M suffixes allowed)");
@@ -417,9 +407,9 @@ int FatFormat(FatRequest& r) {
     }
     if (!copy.Commit()) return FatFail(copy.Problem());
     const std::uint64_t clusterBytes = std::uint64_t{geometry->sectorsPerCluster} * 512;
-    std::printf("formatted %s: FAT%d, %llu bytes, %u clusters of %llu bytes\n", r.image.c_str(),
-                geometry->fatBits, static_cast<unsigned long long>(bytes), geometry->dataClusters,
-                static_cast<unsigned long long>(clusterBytes));
+    Print("formatted %s: FAT%d, %llu bytes, %u clusters of %llu bytes\n", r.image.c_str(),
+          geometry->fatBits, static_cast<unsigned long long>(bytes), geometry->dataClusters,
+          static_cast<unsigned long long>(clusterBytes));
     return kSuccess;
 }
 

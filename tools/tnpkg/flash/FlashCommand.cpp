@@ -1,6 +1,7 @@
 // `tnpkg flash`: inspect, erase and program a flash image through the simulated chips.
 #include <tnpackage/tnpackage.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
@@ -14,6 +15,7 @@
 
 #include "cli/Command.h"
 #include "cli/Output.h"
+#include "cli/Warnings.h"
 
 namespace tnpkg {
 namespace {
@@ -52,37 +54,6 @@ int Fail(const std::string& text) {
     std::fprintf(stderr, "tnpkg flash: %s\n", text.c_str());
     return kFailure;
 }
-
-// Collects the package's messages while the flash works, so that the command can tell the
-// chip erase's result texts from real complaints.
-class Messages {
-  public:
-    Messages() : previous_(tn::OnWarning) {
-        texts_.clear();
-        tn::OnWarning = &Collect;
-    }
-    ~Messages() { tn::OnWarning = previous_; }
-    Messages(const Messages&) = delete;
-    Messages& operator=(const Messages&) = delete;
-
-    // Prints what is not a chip erase's result; true when there was such a message.
-    bool ReportComplaints() const {
-        bool any = false;
-        for (const auto& text : texts_) {
-            if (text == "L\xF6schen ok!" || text == "L\xF6schen fehlgeschlagen!") continue;
-            std::fprintf(stderr, "warning: %s\n", ToUtf8(text.c_str()).c_str());
-            any = true;
-        }
-        return any;
-    }
-
-  private:
-    static void Collect(tn::TPString text) {
-        texts_.emplace_back(text.c_str() ? text.c_str() : "");
-    }
-    static inline std::vector<std::string> texts_;
-    tn::TPWarningHook previous_;
-};
 
 // A working copy of the image as Flash.DAT in a folder beside it: the flash object loads and
 // saves it there, and only a successful command puts it back in place of the image.
@@ -186,14 +157,13 @@ int Info(tn::TFlash& flash, const fs::path& image) {
     std::map<unsigned, int> byType;
     for (const auto* r : records)
         ++byType[r->Type];
-    std::printf("file:    %s\n", image.string().c_str());
-    std::printf("size:    %d bytes (0x%X), 2 chips\n", flash.Size,
-                static_cast<unsigned>(flash.Size));
-    std::printf("sectors: %d of 128 KiB, %d blank%s%s\n", sectors, blankCount,
-                blank.empty() ? "" : ": ", blank.c_str());
-    std::printf("records: %zu live\n", records.size());
+    Print("file:    %s\n", image.string().c_str());
+    Print("size:    %d bytes (0x%X), 2 chips\n", flash.Size, static_cast<unsigned>(flash.Size));
+    Print("sectors: %d of 128 KiB, %d blank%s%s\n", sectors, blankCount, blank.empty() ? "" : ": ",
+          blank.c_str());
+    Print("records: %zu live\n", records.size());
     for (const auto& [type, count] : byType)
-        std::printf("  type %u: %d\n", type, count);
+        Print("  type %u: %d\n", type, count);
     return kSuccess;
 }
 
@@ -205,14 +175,25 @@ int Records(tn::TFlash& flash, const Args& args) {
         }
     }
     const auto records = LiveRecords(flash, static_cast<int>(minimum));
-    std::printf("offset       type  version   size  stride  state   checksum\n");
+    Print("offset       type  version   size  stride  state   checksum\n");
     for (const auto* r : records) {
         const auto offset = reinterpret_cast<const char*>(r) - flash.Buffer;
-        std::printf("0x%08lX  %5u  %7u  %5u  0x%04X  0x%04X  %s\n",
-                    static_cast<unsigned long>(offset), r->Type, r->Version, r->Size, r->Stride,
-                    r->State, ChecksumText(r));
+        Print("0x%08lX  %5u  %7u  %5u  0x%04X  0x%04X  %s\n", static_cast<unsigned long>(offset),
+              r->Type, r->Version, r->Size, r->Stride, r->State, ChecksumText(r));
     }
     return kSuccess;
+}
+
+// The chips' result report ends every chip erase; this command says the result in its own words,
+// so only the warnings before it are shown.
+bool ChipErase(tn::TFlash& flash) {
+    const WarningCapture erasing("tnpkg flash: while erasing the chips",
+                                 WarningCapture::Showing::Held);
+    const int before = flash.ChipEraseReports();
+    const bool done = flash.ChipErase(static_cast<int>(tn::TFlash::kBase));
+    const int reports = flash.ChipEraseReports() - before;
+    erasing.ShowHeld(static_cast<std::size_t>(std::max(0, erasing.Count() - reports)));
+    return done;
 }
 
 int Erase(tn::TFlash& flash, const Args& args, bool& changed) {
@@ -222,10 +203,10 @@ int Erase(tn::TFlash& flash, const Args& args, bool& changed) {
         return UsageError(kName, "erase takes --sector N or --chip");
     if (chip) {
         changed = true;
-        if (!flash.ChipErase(static_cast<int>(tn::TFlash::kBase))) {
+        if (!ChipErase(flash)) {
             return Fail("chip erase failed: the chips did not report the erase as done");
         }
-        std::printf("erased the chip pair (%d bytes)\n", flash.Size);
+        Print("erased the chip pair (%d bytes)\n", flash.Size);
         return kSuccess;
     }
     long long sector = 0;
@@ -241,8 +222,8 @@ int Erase(tn::TFlash& flash, const Args& args, bool& changed) {
         return Fail("erase of sector " + std::to_string(sector) +
                     " failed: the chips reported a time-out");
     }
-    std::printf("erased sector %lld (offset 0x%X)\n", sector,
-                static_cast<unsigned>(sector * tn::TFlash::kSectorSize));
+    Print("erased sector %lld (offset 0x%X)\n", sector,
+          static_cast<unsigned>(sector * tn::TFlash::kSectorSize));
     return kSuccess;
 }
 
@@ -270,7 +251,7 @@ int Write(tn::TFlash& flash, const Args& args, const std::string& file, bool& ch
                       static_cast<int>(kSourceWindow), static_cast<int>(bytes.size()), false);
     tn::DeviceAddressSpace::Unmap(kSourceWindow);
     if (!done) return Fail("programming failed: the chips' polling reported a failure");
-    std::printf("programmed %zu bytes at offset 0x%llX\n", bytes.size(), offset);
+    Print("programmed %zu bytes at offset 0x%llX\n", bytes.size(), offset);
     return kSuccess;
 }
 
@@ -291,21 +272,10 @@ bool InjectFaults(tn::TFlash& flash, const Args& args) {
     return true;
 }
 
-int RunFlash(const std::vector<std::string>& words) {
-    Args args(words, {"--sector", "--offset", "--min-version", "--stuck", "--bad-sector"});
-    args.AllowFlags({"--chip"});
-    if (!args.Problem().empty()) return UsageError(kName, args.Problem());
+int RunFlash(const Args& args) {
+    const std::string& action = args.Action();
     const auto& positional = args.Positional();
-    if (positional.empty()) return UsageError(kName, "needs info, records, erase or write");
-    const std::string& action = positional[0];
-    const std::size_t wanted = action == "write" ? 3 : 2;
-    if (action != "info" && action != "records" && action != "erase" && action != "write") {
-        return UsageError(kName, "unknown action '" + action + "'");
-    }
-    if (positional.size() != wanted) {
-        return UsageError(kName, action + (wanted == 3 ? " takes IMAGE and FILE" : " takes IMAGE"));
-    }
-    const fs::path image = positional[1];
+    const fs::path image = positional[0];
     std::string problem;
     const auto size = ImageSize(image, problem);
     if (!size) return Fail(problem);
@@ -314,8 +284,8 @@ int RunFlash(const std::vector<std::string>& words) {
     if (!copy.Prepare(problem)) return Fail(problem);
     int status = kSuccess;
     bool changed = false;
-    bool complaints = false;
-    const Messages messages;
+    int eraseReports = 0;
+    const WarningCapture work("tnpkg flash: while working on " + image.string());
     {
         tn::TFlash flash(*size);
         if (!InjectFaults(flash, args)) {
@@ -325,9 +295,11 @@ int RunFlash(const std::vector<std::string>& words) {
         if (action == "info") status = Info(flash, image);
         if (action == "records") status = Records(flash, args);
         if (action == "erase") status = Erase(flash, args, changed);
-        if (action == "write") status = Write(flash, args, positional[2], changed);
+        if (action == "write") status = Write(flash, args, positional[1], changed);
+        eraseReports = flash.ChipEraseReports();
     }  // the flash object saves the working copy here
-    complaints = messages.ReportComplaints();
+    // Any other warning means the image or the chips did not do what was asked.
+    const bool complaints = work.Count() > eraseReports;
     if (status == kSuccess && complaints) status = kFailure;
     if (status == kSuccess && changed && !copy.Commit(problem)) return Fail(problem);
     return status;
@@ -335,7 +307,27 @@ int RunFlash(const std::vector<std::string>& words) {
 
 const CommandRegistration reg({kName,
                                "inspect, erase and program a flash image through the chip model",
-                               kUsageText, RunFlash, false});
+                               kUsageText,
+                               {{"info", "IMAGE", 1, 1, {}},
+                                {"records", "IMAGE", 1, 1, {{"--min-version", Takes::Value}}},
+                                {"erase",
+                                 "IMAGE",
+                                 1,
+                                 1,
+                                 {{"--sector", Takes::Value},
+                                  {"--chip"},
+                                  {"--stuck", Takes::Value},
+                                  {"--bad-sector", Takes::Value},
+                                  {"--no-journal"}}},
+                                {"write",
+                                 "IMAGE FILE",
+                                 2,
+                                 2,
+                                 {{"--offset", Takes::Value},
+                                  {"--stuck", Takes::Value},
+                                  {"--bad-sector", Takes::Value},
+                                  {"--no-journal"}}}},
+                               RunFlash});
 
 }  // namespace
 }  // namespace tnpkg

@@ -6,18 +6,18 @@
 #include "cli/Command.h"
 #include "cli/Json.h"
 #include "cli/Output.h"
+#include "cli/Warnings.h"
 #include "geo/GeoPoints.h"
 
 namespace tnpkg {
 namespace {
 
-int RunCoord(const std::vector<std::string>& words) {
-    Args args(words, {});
-    args.AllowFlags({"--json"});
-    if (!args.Problem().empty()) return UsageError("coord", args.Problem());
+int RunCoord(const Args& args) {
     std::vector<tn::TSKoordinate> points;
     std::string problem;
+    const WarningCapture reading("tnpkg coord: while reading the point");
     if (!ReadPoints(args.Positional(), 1, points, problem)) return UsageError("coord", problem);
+    if (reading.Count() > 0) return kFailure;  // the package could not read a point
     const tn::TSKoordinate& k = points[0];
     if (args.Flag("--json")) {
         JsonWriter json;
@@ -33,16 +33,17 @@ int RunCoord(const std::vector<std::string>& words) {
         json.EndObject().Print();
         return kSuccess;
     }
-    std::printf("integers: %d %d\n", k.IntBreite(), k.IntLaenge());
-    std::printf("degrees:  %s %s\n", DegreesText(k.IntBreite()).c_str(),
-                DegreesText(k.IntLaenge()).c_str());
-    std::printf("IGC:      %s\n", k.IGCString().c_str());
-    std::printf("valid:    %s\n", k.IsValid() ? "yes" : "no");
+    Print("integers: %d %d\n", k.IntBreite(), k.IntLaenge());
+    Print("degrees:  %s %s\n", DegreesText(k.IntBreite()).c_str(),
+          DegreesText(k.IntLaenge()).c_str());
+    Print("IGC:      %s\n", k.IGCString().c_str());
+    Print("valid:    %s\n", k.IsValid() ? "yes" : "no");
     return kSuccess;
 }
 
 const CommandRegistration reg(
-    {"coord", "show a coordinate's integers, degrees and IGC form",
+    {"coord",
+     "show a coordinate's integers, degrees and IGC form",
      "usage: tnpkg coord POINT [--json]\n\n"
      "Shows the raw integers (1e-7 degree), the degrees and the IGC fix form of a point.\n"
      "With --json, one object: {\"units\": {\"latitude\": N, \"longitude\": N},\n"
@@ -52,7 +53,8 @@ const CommandRegistration reg(
      "A point is either an IGC fix text (4728123N01134567E) or two decimal numbers,\n"
      "latitude and longitude in degrees. Note: a point on the equator or the prime meridian\n"
      "counts as not valid.\n",
-     RunCoord, true});
+     {{nullptr, "POINT", 1, 2, {{"--json"}}}},
+     RunCoord});
 
 }  // namespace
 }  // namespace tnpkg

@@ -67,14 +67,4 @@ std::string DegreesText(int units) {
     return text;
 }
 
-bool ReadPointArguments(const char* command, const std::vector<std::string>& words,
-                        std::size_t count, std::vector<tn::TSKoordinate>& points, int& status) {
-    Args args(words, {});
-    args.AllowFlags({});
-    std::string problem = args.Problem();
-    if (problem.empty() && ReadPoints(args.Positional(), count, points, problem)) return true;
-    status = UsageError(command, problem);
-    return false;
-}
-
 }  // namespace tnpkg

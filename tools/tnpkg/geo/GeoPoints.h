@@ -13,11 +13,6 @@ namespace tnpkg {
 bool ReadPoints(const std::vector<std::string>& words, std::size_t count,
                 std::vector<tn::TSKoordinate>& points, std::string& problem);
 
-/// The whole argument handling of a command that takes `count` points and no options: false
-/// with `status` set to the usage error's exit status when the words are not that.
-bool ReadPointArguments(const char* command, const std::vector<std::string>& words,
-                        std::size_t count, std::vector<tn::TSKoordinate>& points, int& status);
-
 /// Coordinate units as an exact decimal text of degrees, e.g. "-47.5000000".
 std::string DegreesText(int units);
 

@@ -11,6 +11,7 @@
 
 #include "cli/Command.h"
 #include "cli/Output.h"
+#include "cli/Warnings.h"
 
 namespace tnpkg {
 namespace {
@@ -44,7 +45,7 @@ struct Request {
     std::string name;
     std::string file;
     fs::path folder;
-    Args args;
+    const Args& args;
 };
 
 int Fail(const std::string& text) {
@@ -63,30 +64,6 @@ std::optional<int> Number(const Args& args, const char* option, bool& bad) {
     }
     return static_cast<int>(value);
 }
-
-// Counts the package's warnings while passing them on, so that a step that warned is not
-// reported as done.
-class WarningCounter {
-  public:
-    WarningCounter() : previous_(tn::OnWarning) {
-        forward_ = previous_;
-        count_ = 0;
-        tn::OnWarning = &Count;
-    }
-    ~WarningCounter() { tn::OnWarning = previous_; }
-    WarningCounter(const WarningCounter&) = delete;
-    WarningCounter& operator=(const WarningCounter&) = delete;
-    int Warnings() const { return count_; }
-
-  private:
-    static void Count(tn::TPString text) {
-        ++count_;
-        if (forward_ != nullptr) forward_(text);
-    }
-    static inline tn::TPWarningHook forward_ = nullptr;
-    static inline int count_ = 0;
-    tn::TPWarningHook previous_;
-};
 
 fs::path ImagePath(const Request& r) {
     return r.folder / (r.name + tn::TPSpeicher::kExtension);
@@ -115,9 +92,13 @@ std::optional<int> ExistingImageSize(const Request& r, std::string& problem) {
     return std::nullopt;
 }
 
+// The package reports a file it cannot read or write only through a warning: the image
+// commands take any warning as their step failing.
+std::string Doing(const Request& r) {
+    return "tnpkg image: while working on " + ImagePath(r).string();
+}
+
 int Create(Request& r) {
-    r.args.AllowFlags({"--force"});
-    if (!r.args.Problem().empty()) return UsageError(kName, r.args.Problem());
     bool bad = false;
     const auto size = Number(r.args, "--size", bad);
     if (bad || !size || *size < 1 || *size > tn::TPSpeicher::kMaxSavedSize) {
@@ -130,51 +111,50 @@ int Create(Request& r) {
     }
     if (!r.folder.empty()) fs::create_directories(r.folder, ec);
     UseFolder(r);
+    const WarningCapture warnings(Doing(r));
     tn::TPImageSpeicher image(r.name.c_str(), *size);
     std::memset(image.Buffer, kErased, static_cast<std::size_t>(image.Size));
     image.Speichern();
-    std::printf("created %s: %d bytes, all 0xFF\n", image.FileName.c_str(), image.Size);
+    if (warnings.Count() > 0) return kFailure;
+    Print("created %s: %d bytes, all 0xFF\n", image.FileName.c_str(), image.Size);
     return kSuccess;
 }
 
 int Info(Request& r) {
-    r.args.AllowFlags({});
-    if (!r.args.Problem().empty()) return UsageError(kName, r.args.Problem());
     std::string problem;
     const auto size = ExistingImageSize(r, problem);
     if (!size) return Fail(problem);
     UseFolder(r);
+    const WarningCapture warnings(Doing(r));
     tn::TPImageSpeicher image(r.name.c_str(), *size);
+    if (warnings.Count() > 0) return kFailure;
     const auto* bytes = reinterpret_cast<const unsigned char*>(image.Buffer);
     const auto erased = std::count(bytes, bytes + image.Size, kErased);
-    std::printf("file:   %s\n", image.FileName.c_str());
-    std::printf("size:   %d bytes (0x%X)\n", image.Size, static_cast<unsigned>(image.Size));
-    std::printf("erased: %ld bytes\n", static_cast<long>(erased));
+    Print("file:   %s\n", image.FileName.c_str());
+    Print("size:   %d bytes (0x%X)\n", image.Size, static_cast<unsigned>(image.Size));
+    Print("erased: %ld bytes\n", static_cast<long>(erased));
     tn::InitCRC16();
-    std::printf("crc16:  0x%04X\n",
-                static_cast<unsigned>(tn::CreateCRC16(image.Buffer, image.Size)));
+    Print("crc16:  0x%04X\n", static_cast<unsigned>(tn::CreateCRC16(image.Buffer, image.Size)));
     return kSuccess;
 }
 
+// One line is written at once: a dump of a whole image has a quarter of a million of them.
 void DumpLine(const unsigned char* bytes, int address, int count) {
-    std::printf("%08X ", static_cast<unsigned>(address));
+    char line[8 + 1 + 3 * kBytesPerDumpLine + 3 + kBytesPerDumpLine + 3];
+    int at = std::snprintf(line, sizeof line, "%08X ", static_cast<unsigned>(address));
     for (int i = 0; i < kBytesPerDumpLine; ++i) {
-        if (i < count) {
-            std::printf(" %02X", bytes[i]);
-        } else {
-            std::printf("   ");
-        }
+        at += i < count ? std::snprintf(line + at, sizeof line - at, " %02X", bytes[i])
+                        : std::snprintf(line + at, sizeof line - at, "   ");
     }
-    std::printf("  |");
-    for (int i = 0; i < count; ++i) {
-        std::putchar(bytes[i] >= 0x20 && bytes[i] < 0x7F ? bytes[i] : '.');
-    }
-    std::printf("|\n");
+    std::string text(line, static_cast<std::size_t>(at));
+    text += "  |";
+    for (int i = 0; i < count; ++i)
+        text += bytes[i] >= 0x20 && bytes[i] < 0x7F ? static_cast<char>(bytes[i]) : '.';
+    text += "|\n";
+    WriteOutput(text);
 }
 
 int Dump(Request& r) {
-    r.args.AllowFlags({});
-    if (!r.args.Problem().empty()) return UsageError(kName, r.args.Problem());
     bool bad = false;
     const int offset = Number(r.args, "--offset", bad).value_or(0);
     const auto length = Number(r.args, "--length", bad);
@@ -185,7 +165,9 @@ int Dump(Request& r) {
     if (offset > *size)
         return Fail("offset beyond the image's " + std::to_string(*size) + " bytes");
     UseFolder(r);
+    const WarningCapture warnings(Doing(r));
     tn::TPImageSpeicher image(r.name.c_str(), *size);
+    if (warnings.Count() > 0) return kFailure;
     const int end = length ? offset + std::min(*length, *size - offset) : *size;
     const auto* bytes = reinterpret_cast<const unsigned char*>(image.Buffer);
     for (int address = offset; address < end; address += kBytesPerDumpLine) {
@@ -195,9 +177,6 @@ int Dump(Request& r) {
 }
 
 int LoadOrSave(Request& r, bool load) {
-    r.args.AllowFlags({});
-    if (!r.args.Problem().empty()) return UsageError(kName, r.args.Problem());
-    if (r.file.empty()) return UsageError(kName, r.action + " needs NAME and FILE");
     bool bad = false;
     const auto offset = Number(r.args, "--offset", bad);
     const auto length = Number(r.args, "--length", bad);
@@ -209,35 +188,27 @@ int LoadOrSave(Request& r, bool load) {
     const auto size = ExistingImageSize(r, problem);
     if (!size) return Fail(problem);
     UseFolder(r);
+    const WarningCapture warnings(Doing(r));
     tn::TPImageSpeicher image(r.name.c_str(), *size);
-    const WarningCounter counter;
     if (load) {
         image.Laden(r.file.c_str(), *offset, length.value_or(0));
     } else {
         image.Speichern(r.file.c_str(), *offset, *length);
     }
-    if (counter.Warnings() > 0) return kFailure;
+    if (warnings.Count() > 0) return kFailure;
     if (load) {
-        std::printf("loaded %s into %s at offset %d\n", r.file.c_str(), image.FileName.c_str(),
-                    *offset);
+        Print("loaded %s into %s at offset %d\n", r.file.c_str(), image.FileName.c_str(), *offset);
     } else {
-        std::printf("saved %s from offset %d into %s\n", image.FileName.c_str(), *offset,
-                    r.file.c_str());
+        Print("saved %s from offset %d into %s\n", image.FileName.c_str(), *offset, r.file.c_str());
     }
     return kSuccess;
 }
 
-int RunImage(const std::vector<std::string>& words) {
-    Request r{"", "", "", {}, Args(words, {"--dir", "--size", "--offset", "--length"})};
-    const auto& positional = r.args.Positional();
-    if (positional.empty()) return UsageError(kName, "needs create, info, dump, load or save");
-    r.action = positional[0];
-    const std::size_t wanted = r.action == "load" || r.action == "save" ? 3 : 2;
-    if (positional.size() != wanted) {
-        return UsageError(kName, r.action + (wanted == 3 ? " takes NAME and FILE" : " takes NAME"));
-    }
-    r.name = positional[1];
-    if (wanted == 3) r.file = positional[2];
+int RunImage(const Args& args) {
+    Request r{args.Action(), "", "", {}, args};
+    const auto& positional = args.Positional();
+    r.name = positional[0];
+    if (positional.size() > 1) r.file = positional[1];
     if (const auto dir = r.args.Option("--dir")) r.folder = *dir;
 
     if (r.action == "create") return Create(r);
@@ -248,8 +219,31 @@ int RunImage(const std::vector<std::string>& words) {
     return UsageError(kName, "unknown action '" + r.action + "'");
 }
 
-const CommandRegistration reg({kName, "create, inspect and fill memory images (.DAT files)",
-                               kUsageText, RunImage, true});
+const CommandRegistration reg(
+    {kName,
+     "create, inspect and fill memory images (.DAT files)",
+     kUsageText,
+     {{"create", "NAME", 1, 1, {{"--size", Takes::Value}, {"--dir", Takes::Value}, {"--force"}}},
+      {"info", "NAME", 1, 1, {{"--dir", Takes::Value}}},
+      {"dump",
+       "NAME",
+       1,
+       1,
+       {{"--offset", Takes::Value}, {"--length", Takes::Value}, {"--dir", Takes::Value}}},
+      {"load",
+       "NAME FILE",
+       2,
+       2,
+       {{"--offset", Takes::Value},
+        {"--length", Takes::Value},
+        {"--dir", Takes::Value},
+        {"--no-journal"}}},
+      {"save",
+       "NAME FILE",
+       2,
+       2,
+       {{"--offset", Takes::Value}, {"--length", Takes::Value}, {"--dir", Takes::Value}}}},
+     RunImage});
 
 }  // namespace
 }  // namespace tnpkg

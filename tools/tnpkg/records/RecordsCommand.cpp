@@ -9,6 +9,7 @@
 
 #include "cli/Command.h"
 #include "cli/Json.h"
+#include "cli/Output.h"
 #include "cli/Progress.h"
 
 namespace tnpkg {
@@ -82,11 +83,11 @@ void Scan(RecordCollector& collector, std::vector<unsigned char>& bytes, int min
 }
 
 void PrintTable(const std::vector<Listed>& records) {
-    std::printf("offset       type  version   size  stride  state   checksum\n");
+    Print("offset       type  version   size  stride  state   checksum\n");
     for (const Listed& r : records) {
-        std::printf("0x%08llX  %5u  %7u  %5u  0x%04X  0x%04X  %s\n",
-                    static_cast<unsigned long long>(r.offset), r.type, r.version, r.size, r.stride,
-                    r.state, r.checksum);
+        Print("0x%08llX  %5u  %7u  %5u  0x%04X  0x%04X  %s\n",
+              static_cast<unsigned long long>(r.offset), r.type, r.version, r.size, r.stride,
+              r.state, r.checksum);
     }
 }
 
@@ -104,11 +105,7 @@ void PrintJson(const std::string& path, const std::vector<Listed>& records) {
     json.EndArray().EndObject().Print();
 }
 
-int RunRecords(const std::vector<std::string>& words) {
-    Args args(words, {"--min-version"});
-    args.AllowFlags({"--json", "--quiet"});
-    if (!args.Problem().empty()) return UsageError("records", args.Problem());
-    if (args.Positional().size() != 1) return UsageError("records", "needs exactly one FILE");
+int RunRecords(const Args& args) {
     long long minimum = kDefaultMinimumVersion;
     if (const auto text = args.Option("--min-version")) {
         if (!ParseInteger(*text, minimum) || minimum < 0 || minimum > 0xFFFF) {
@@ -139,7 +136,8 @@ int RunRecords(const std::vector<std::string>& words) {
 }
 
 const CommandRegistration reg(
-    {"records", "list the live records in a file of records",
+    {"records",
+     "list the live records in a file of records",
      "usage: tnpkg records FILE [--min-version N] [--json] [--quiet]\n\n"
      "Scans FILE record by record as the package reads a region of records: a record of at\n"
      "least version N (default 1) that is live is listed and the scan moves on by its stride\n"
@@ -152,7 +150,8 @@ const CommandRegistration reg(
      "            \"valid\" | \"invalid\" | \"none\"}, ...]}\n"
      "  --quiet   no progress line (it shows on a terminal while a large file is read and\n"
      "            scanned)\n",
-     RunRecords, true});
+     {{nullptr, "FILE", 1, 1, {{"--min-version", Takes::Value}, {"--json"}, {"--quiet"}}}},
+     RunRecords});
 
 }  // namespace
 }  // namespace tnpkg

@@ -92,11 +92,7 @@ std::string ReadAll(std::FILE* in) {
     return data;
 }
 
-int RunConvert(const std::vector<std::string>& words) {
-    Args args(words, {"--to", "--from"});
-    args.AllowFlags({"--markup", "--upper"});
-    if (!args.Problem().empty()) return UsageError("convert", args.Problem());
-    if (!args.Positional().empty()) return UsageError("convert", "reads standard input only");
+int RunConvert(const Args& args) {
     Conversion c;
     const auto target = args.Option("--to");
     if (!target) return UsageError("convert", "needs --to oem|ansi|uml|html|url|utf8");
@@ -118,8 +114,8 @@ int RunConvert(const std::vector<std::string>& words) {
     c.upper = args.Flag("--upper");
 #ifdef _WIN32
     _setmode(_fileno(stdin), _O_BINARY);
-    _setmode(_fileno(stdout), _O_BINARY);
 #endif
+    BinaryOutput();
     const std::string input = ReadAll(stdin);
     // Line by line: line ends ("\n", "\r\n") and NUL bytes pass through unchanged.
     std::string out;
@@ -131,12 +127,13 @@ int RunConvert(const std::vector<std::string>& words) {
         if (end < input.size()) out += input[end];
         start = end + 1;
     }
-    std::fwrite(out.data(), 1, out.size(), stdout);
+    WriteOutput(out);
     return kSuccess;
 }
 
 const CommandRegistration reg(
-    {"convert", "convert text between Windows-1252, OEM, ASCII spellings, HTML, URL and UTF-8",
+    {"convert",
+     "convert text between Windows-1252, OEM, ASCII spellings, HTML, URL and UTF-8",
      "usage: tnpkg convert --to oem|ansi|uml|html|url|utf8 [--from utf8|html] [--markup]\n"
      "                     [--upper]\n\n"
      "Converts standard input to standard output, line by line (line ends pass through).\n"
@@ -153,7 +150,12 @@ const CommandRegistration reg(
      "  --from utf8 the input is UTF-8; characters Windows-1252 lacks become ?\n"
      "  --from html the input's character references are decoded first\n\n"
      "Example: echo 'a < b' | tnpkg convert --to html --markup   ->  a &#60; b\n",
-     RunConvert, true});
+     {{nullptr,
+       "",
+       0,
+       0,
+       {{"--to", Takes::Value}, {"--from", Takes::Value}, {"--markup"}, {"--upper"}}}},
+     RunConvert});
 
 }  // namespace
 }  // namespace tnpkg

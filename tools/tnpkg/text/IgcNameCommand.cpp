@@ -4,6 +4,7 @@
 #include <cstdio>
 
 #include "cli/Command.h"
+#include "cli/Output.h"
 
 namespace tnpkg {
 namespace {
@@ -11,11 +12,7 @@ namespace {
 constexpr long long kLargestSerial = 36 * 36 * 36 - 1;  // three base-36 digits
 constexpr long long kLargestFlight = 35;                // one base-36 digit
 
-int RunIgcName(const std::vector<std::string>& words) {
-    Args args(words, {});
-    args.AllowFlags({});
-    if (!args.Problem().empty()) return UsageError("igcname", args.Problem());
-    if (args.Positional().size() != 2) return UsageError("igcname", "needs SERIAL and FLIGHT");
+int RunIgcName(const Args& args) {
     long long serial = 0, flight = 0;
     if (!ParseInteger(args.Positional()[0], serial) || serial < 0 || serial > kLargestSerial) {
         return UsageError("igcname", "SERIAL must be a number from 0 to 46655");
@@ -24,12 +21,13 @@ int RunIgcName(const std::vector<std::string>& words) {
         return UsageError("igcname", "FLIGHT must be a number from 0 to 35");
     }
     const tn::TPString name = tn::IGCName(static_cast<int>(serial), static_cast<int>(flight));
-    std::printf("%s\n", name.c_str());
+    Print("%s\n", name.c_str());
     return kSuccess;
 }
 
 const CommandRegistration reg(
-    {"igcname", "print today's IGC short file name for a logger serial and flight",
+    {"igcname",
+     "print today's IGC short file name for a logger serial and flight",
      "usage: tnpkg igcname SERIAL FLIGHT\n\n"
      "Prints the IGC short file name of a flight recorded today: the date (year's last digit,\n"
      "month and day as base-36 digits), the manufacturer letter of this build, the logger\n"
@@ -37,7 +35,8 @@ const CommandRegistration reg(
      "  SERIAL  logger serial number, 0 to 46655\n"
      "  FLIGHT  flight of the day, 0 to 35\n\n"
      "Example: tnpkg igcname 1234 1   ->  6BOX0YA1.IGC on 24 November 2026\n",
-     RunIgcName, true});
+     {{nullptr, "SERIAL FLIGHT", 2, 2, {}}},
+     RunIgcName});
 
 }  // namespace
 }  // namespace tnpkg

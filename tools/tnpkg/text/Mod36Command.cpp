@@ -5,6 +5,7 @@
 #include <string>
 
 #include "cli/Command.h"
+#include "cli/Output.h"
 
 namespace tnpkg {
 namespace {
@@ -17,10 +18,7 @@ bool IsBase36Digit(char c) {
     return (c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z');
 }
 
-int RunMod36(const std::vector<std::string>& words) {
-    Args args(words, {});
-    args.AllowFlags({"--decode"});
-    if (!args.Problem().empty()) return UsageError("mod36", args.Problem());
+int RunMod36(const Args& args) {
     const auto& positional = args.Positional();
     if (args.Flag("--decode")) {
         if (positional.size() != 1) return UsageError("mod36", "--decode needs one TEXT");
@@ -32,7 +30,7 @@ int RunMod36(const std::vector<std::string>& words) {
             return UsageError("mod36",
                               "TEXT must be one to five base-36 digits (0-9, A-Z): " + text);
         }
-        std::printf("%d\n", tn::Mod36ToInt(tn::TPString(text.c_str(), 0)));
+        Print("%d\n", tn::Mod36ToInt(tn::TPString(text.c_str(), 0)));
         return kSuccess;
     }
     if (positional.empty() || positional.size() > 2) {
@@ -47,12 +45,13 @@ int RunMod36(const std::vector<std::string>& words) {
         (!ParseInteger(positional[1], width) || width < 0 || width > kWidestField)) {
         return UsageError("mod36", "WIDTH must be a number from 0 to 255");
     }
-    std::printf("%s\n", tn::IntToMod36(static_cast<int>(value), static_cast<int>(width)).c_str());
+    Print("%s\n", tn::IntToMod36(static_cast<int>(value), static_cast<int>(width)).c_str());
     return kSuccess;
 }
 
 const CommandRegistration reg(
-    {"mod36", "write a number in base 36 (0-9, A-Z), or read one back",
+    {"mod36",
+     "write a number in base 36 (0-9, A-Z), or read one back",
      "usage: tnpkg mod36 VALUE [WIDTH]\n"
      "       tnpkg mod36 --decode TEXT\n\n"
      "Writes VALUE (0 to 60466175) in the base-36 digits of short flight-file names (0-9,\n"
@@ -61,7 +60,8 @@ const CommandRegistration reg(
      "counts as upper case.\n\n"
      "Examples: tnpkg mod36 36 3  ->  010\n"
      "          tnpkg mod36 --decode 1z  ->  71\n",
-     RunMod36, true});
+     {{nullptr, "VALUE [WIDTH]", 1, 2, {{"--decode"}}}},
+     RunMod36});
 
 }  // namespace
 }  // namespace tnpkg
