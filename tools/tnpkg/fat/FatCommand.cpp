@@ -120,6 +120,7 @@ int Info(FatRequest& r) {
         JsonWriter j;
         j.BeginObject();
         j.Key("image").Value(r.image);
+        j.Key("recovered").Value(m.Session()->Recovery());
         j.Key("volume").Value(where.Describe());
         j.Key("offset").Value(static_cast<std::int64_t>(where.base));
         if (where.partition != 0) j.Key("partition").Value(where.partition);
@@ -146,6 +147,9 @@ int Info(FatRequest& r) {
         return kSuccess;
     }
     std::printf("image:               %s\n", r.image.c_str());
+    if (!m.Session()->Recovery().empty()) {
+        std::printf("recovered:           %s\n", m.Session()->Recovery().c_str());
+    }
     std::printf("volume:              %s\n", where.Describe().c_str());
     std::printf("label:               %s\n", label.empty() ? "(none)" : label.c_str());
     std::printf("type:                %s\n", TypeName(m.FatBits()));
@@ -305,17 +309,9 @@ int WarningTally::Count() const {
 }
 
 std::unique_ptr<MountedImage> MountRequested(const FatRequest& r) {
-    VolumeLocation where;
     std::string problem;
-    if (!LocateVolume(r.image, r.choice, where, problem)) {
-        FatFail(problem);
-        return nullptr;
-    }
-    auto m = std::make_unique<MountedImage>(r.image, where, false);
-    if (!m->Problem().empty()) {
-        FatFail(m->Problem());
-        return nullptr;
-    }
+    auto m = MountImage(r.image, r.choice, store::SessionOptions{}, problem);
+    if (!m) FatFail(problem);
     return m;
 }
 
