@@ -18,9 +18,9 @@ const char* const kUsageText =
     "       tnpkg fat ls IMAGE [PATH] [-l] [-R] [--json]\n"
     "       tnpkg fat get IMAGE PATH... [--to DIR] [--quiet]\n"
     "       tnpkg fat cat IMAGE PATH\n"
-    "       tnpkg fat put IMAGE FILE... [--to PATH] [--quiet]\n"
-    "       tnpkg fat mkdir IMAGE PATH\n"
-    "       tnpkg fat format IMAGE --size BYTES [--label NAME] [--force]\n"
+    "       tnpkg fat put IMAGE FILE... [--to PATH] [--quiet] [--no-journal]\n"
+    "       tnpkg fat mkdir IMAGE PATH [--no-journal]\n"
+    "       tnpkg fat format IMAGE --size BYTES [--label NAME] [--force] [--no-journal]\n"
     "\n"
     "IMAGE is a memory image (.DAT) or a memory-card image. A card with a partition table is\n"
     "read at its first FAT partition; --partition N (1-4) picks another, --offset BYTES puts\n"
@@ -39,8 +39,11 @@ const char* const kUsageText =
     "  mkdir   creates a folder and any missing parents\n"
     "  format  a new image file of BYTES bytes (K and M suffixes allowed) holding an empty\n"
     "          FAT12 or FAT16 volume laid out as mkfs.fat lays it out\n"
-    "Writing works on a copy that replaces IMAGE only when everything succeeded. Only FAT12\n"
-    "volumes with 512-byte sectors can be written; FAT16 and other sector sizes are read only.\n";
+    "Writing changes IMAGE in place only when everything read back as written, behind a\n"
+    "journal (IMAGE.tnpkg-journal) that undoes an interrupted write at the next tnpkg command.\n"
+    "put, mkdir and format take --no-journal for an image in a read-only folder: a crash\n"
+    "during the write can then leave IMAGE half-written. Only FAT12 volumes with 512-byte\n"
+    "sectors can be written; FAT16 and other sector sizes are read only.\n";
 
 // Short options of ls: -l, -R and their combinations.
 bool TakeShortOptions(std::vector<std::string>& words, FatRequest& r, std::string& problem) {

@@ -11,6 +11,7 @@
 
 #include "cli/Command.h"
 #include "cli/Output.h"
+#include "image/SessionImage.h"
 
 namespace tnpkg {
 namespace {
@@ -35,7 +36,10 @@ const char* const kUsageText =
     "          the whole image\n"
     "  dump    hex and text, 16 bytes a line\n"
     "  load    copies FILE into the image at OFFSET. Without --length the rest of the image is\n"
-    "          filled: a shorter FILE leaves four 0x00 bytes and then 0xFF behind its data\n"
+    "          filled: a shorter FILE leaves four 0x00 bytes and then 0xFF behind its data.\n"
+    "          The image is changed in place behind a journal that undoes an interrupted load\n"
+    "          at the next tnpkg command; --no-journal writes without it (for a read-only\n"
+    "          folder), and a crash during the write can then leave the image half-written\n"
     "  save    writes LENGTH bytes of the image from OFFSET into FILE (LENGTH 0: an empty file)\n"
     "Numbers may be decimal or hexadecimal with 0x.\n";
 
@@ -97,22 +101,37 @@ void UseFolder(const Request& r) {
     tn::SpeicherPfad = r.folder.empty() ? "" : r.folder.string().c_str();
 }
 
-// The size of an existing image, or a failure message when it cannot be opened as one.
-std::optional<int> ExistingImageSize(const Request& r, std::string& problem) {
-    std::error_code ec;
+// The size of an existing image of `length` bytes, or a failure message when it cannot be
+// used as one.
+std::optional<int> ExistingImageSize(const Request& r, std::int64_t length, std::string& problem) {
     const fs::path path = ImagePath(r);
-    const auto size = fs::file_size(path, ec);
-    if (ec) {
-        problem = "no image " + path.string();
-    } else if (size == 0) {
+    if (length == 0) {
         problem = path.string() + " is empty";
-    } else if (size > static_cast<std::uintmax_t>(tn::TPSpeicher::kMaxSavedSize)) {
+    } else if (length > static_cast<std::int64_t>(tn::TPSpeicher::kMaxSavedSize)) {
         // Saving it back would cut it to 4 MiB.
         problem = path.string() + " is larger than 4 MiB";
     } else {
-        return static_cast<int>(size);
+        return static_cast<int>(length);
     }
     return std::nullopt;
+}
+
+// Opens the image through a session and loads its bytes; false after reporting why not.
+bool OpenImage(const Request& r, bool write, SessionImage& image) {
+    store::SessionOptions options;
+    options.write = write;
+    options.journal = !r.args.Flag("--no-journal");
+    std::string problem;
+    if (!image.Open(ImagePath(r), options, problem)) {
+        Fail(problem);
+        return false;
+    }
+    const auto size = ExistingImageSize(r, image.FileSize(), problem);
+    if (!size || !image.Load(*size, problem)) {
+        Fail(problem);
+        return false;
+    }
+    return true;
 }
 
 int Create(Request& r) {
@@ -140,14 +159,12 @@ int Create(Request& r) {
 int Info(Request& r) {
     r.args.AllowFlags({});
     if (!r.args.Problem().empty()) return UsageError(kName, r.args.Problem());
-    std::string problem;
-    const auto size = ExistingImageSize(r, problem);
-    if (!size) return Fail(problem);
-    UseFolder(r);
-    tn::TPImageSpeicher image(r.name.c_str(), *size);
+    SessionImage opened;
+    if (!OpenImage(r, false, opened)) return kFailure;
+    tn::TPImageSpeicher& image = opened.Image();
     const auto* bytes = reinterpret_cast<const unsigned char*>(image.Buffer);
     const auto erased = std::count(bytes, bytes + image.Size, kErased);
-    std::printf("file:   %s\n", image.FileName.c_str());
+    std::printf("file:   %s\n", ImagePath(r).string().c_str());
     std::printf("size:   %d bytes (0x%X)\n", image.Size, static_cast<unsigned>(image.Size));
     std::printf("erased: %ld bytes\n", static_cast<long>(erased));
     tn::InitCRC16();
@@ -179,14 +196,12 @@ int Dump(Request& r) {
     const int offset = Number(r.args, "--offset", bad).value_or(0);
     const auto length = Number(r.args, "--length", bad);
     if (bad) return UsageError(kName, "--offset and --length take a number of bytes");
-    std::string problem;
-    const auto size = ExistingImageSize(r, problem);
-    if (!size) return Fail(problem);
-    if (offset > *size)
-        return Fail("offset beyond the image's " + std::to_string(*size) + " bytes");
-    UseFolder(r);
-    tn::TPImageSpeicher image(r.name.c_str(), *size);
-    const int end = length ? offset + std::min(*length, *size - offset) : *size;
+    SessionImage opened;
+    if (!OpenImage(r, false, opened)) return kFailure;
+    tn::TPImageSpeicher& image = opened.Image();
+    const int size = image.Size;
+    if (offset > size) return Fail("offset beyond the image's " + std::to_string(size) + " bytes");
+    const int end = length ? offset + std::min(*length, size - offset) : size;
     const auto* bytes = reinterpret_cast<const unsigned char*>(image.Buffer);
     for (int address = offset; address < end; address += kBytesPerDumpLine) {
         DumpLine(bytes + address, address, std::min(kBytesPerDumpLine, end - address));
@@ -195,7 +210,8 @@ int Dump(Request& r) {
 }
 
 int LoadOrSave(Request& r, bool load) {
-    r.args.AllowFlags({});
+    r.args.AllowFlags(load ? std::initializer_list<const char*>{"--no-journal"}
+                           : std::initializer_list<const char*>{});
     if (!r.args.Problem().empty()) return UsageError(kName, r.args.Problem());
     if (r.file.empty()) return UsageError(kName, r.action + " needs NAME and FILE");
     bool bad = false;
@@ -205,24 +221,24 @@ int LoadOrSave(Request& r, bool load) {
         return UsageError(kName, load ? "load needs --offset (and takes --length)"
                                       : "save needs --offset and --length");
     }
-    std::string problem;
-    const auto size = ExistingImageSize(r, problem);
-    if (!size) return Fail(problem);
-    UseFolder(r);
-    tn::TPImageSpeicher image(r.name.c_str(), *size);
+    SessionImage opened;
+    if (!OpenImage(r, load, opened)) return kFailure;
+    tn::TPImageSpeicher& image = opened.Image();
+    const std::string& file = r.file;
     const WarningCounter counter;
     if (load) {
-        image.Laden(r.file.c_str(), *offset, length.value_or(0));
+        image.Laden(file.c_str(), *offset, length.value_or(0));
     } else {
-        image.Speichern(r.file.c_str(), *offset, *length);
+        image.Speichern(file.c_str(), *offset, *length);
     }
     if (counter.Warnings() > 0) return kFailure;
+    const std::string shown = ImagePath(r).string();
     if (load) {
-        std::printf("loaded %s into %s at offset %d\n", r.file.c_str(), image.FileName.c_str(),
-                    *offset);
+        std::string problem;
+        if (!opened.Commit(problem)) return Fail(problem + "; " + shown + " was left unchanged");
+        std::printf("loaded %s into %s at offset %d\n", r.file.c_str(), shown.c_str(), *offset);
     } else {
-        std::printf("saved %s from offset %d into %s\n", image.FileName.c_str(), *offset,
-                    r.file.c_str());
+        std::printf("saved %s from offset %d into %s\n", shown.c_str(), *offset, r.file.c_str());
     }
     return kSuccess;
 }
