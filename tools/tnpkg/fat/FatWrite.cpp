@@ -447,6 +447,7 @@ int FatFormat(FatRequest& r) {
     const auto serial = static_cast<std::uint32_t>(std::time(nullptr)) * 2654435761u;
     const auto area = FatSystemArea(*geometry, label, serial, now);
     if (!image.parent_path().empty()) fs::create_directories(image.parent_path(), ec);
+    const ShownWarnings shown;
     store::SessionOptions options;
     options.write = true;
     options.create = true;

@@ -8,6 +8,7 @@
 #include <optional>
 #include <string>
 #include <system_error>
+#include <vector>
 
 #include "cli/Command.h"
 #include "cli/Output.h"
@@ -23,10 +24,10 @@ constexpr int kBytesPerDumpLine = 16;
 constexpr unsigned char kErased = 0xFF;
 
 const char* const kUsageText =
-    "usage: tnpkg image create NAME --size BYTES [--dir DIR] [--force]\n"
+    "usage: tnpkg image create NAME --size BYTES [--dir DIR] [--force] [--no-journal]\n"
     "       tnpkg image info NAME [--dir DIR]\n"
     "       tnpkg image dump NAME [--offset N] [--length N] [--dir DIR]\n"
-    "       tnpkg image load NAME FILE --offset N [--length N] [--dir DIR]\n"
+    "       tnpkg image load NAME FILE --offset N [--length N] [--dir DIR] [--no-journal]\n"
     "       tnpkg image save NAME FILE --offset N --length N [--dir DIR]\n"
     "\n"
     "Works on the memory image NAME.DAT in DIR (the image folder; default the current one).\n"
@@ -96,11 +97,6 @@ fs::path ImagePath(const Request& r) {
     return r.folder / (r.name + tn::TPSpeicher::kExtension);
 }
 
-// The image folder becomes the package's SpeicherPfad; an empty one means the current folder.
-void UseFolder(const Request& r) {
-    tn::SpeicherPfad = r.folder.empty() ? "" : r.folder.string().c_str();
-}
-
 // The size of an existing image of `length` bytes, or a failure message when it cannot be
 // used as one.
 std::optional<int> ExistingImageSize(const Request& r, std::int64_t length, std::string& problem) {
@@ -135,7 +131,7 @@ bool OpenImage(const Request& r, bool write, SessionImage& image) {
 }
 
 int Create(Request& r) {
-    r.args.AllowFlags({"--force"});
+    r.args.AllowFlags({"--force", "--no-journal"});
     if (!r.args.Problem().empty()) return UsageError(kName, r.args.Problem());
     bool bad = false;
     const auto size = Number(r.args, "--size", bad);
@@ -148,11 +144,24 @@ int Create(Request& r) {
         return Fail(path.string() + " exists already (use --force to replace it)");
     }
     if (!r.folder.empty()) fs::create_directories(r.folder, ec);
-    UseFolder(r);
-    tn::TPImageSpeicher image(r.name.c_str(), *size);
-    std::memset(image.Buffer, kErased, static_cast<std::size_t>(image.Size));
-    image.Speichern();
-    std::printf("created %s: %d bytes, all 0xFF\n", image.FileName.c_str(), image.Size);
+    store::SessionOptions options;
+    options.write = true;
+    options.create = true;
+    options.journal = !r.args.Flag("--no-journal");
+    std::string problem;
+    const auto session = store::ImageSession::Open(path, options, problem);
+    if (!session) return Fail(problem);
+    store::Overlay& overlay = session->Changes();
+    overlay.Resize(*size);
+    const std::vector<char> erased(static_cast<std::size_t>(*size), static_cast<char>(kErased));
+    std::vector<char> back(erased.size());
+    if (!overlay.Write(0, erased.data(), erased.size()) ||
+        !overlay.Read(0, back.data(), back.size()) || back != erased) {
+        return Fail("cannot hold the new image; " + path.string() + " was left unchanged");
+    }
+    if (!session->Commit(problem))
+        return Fail(problem + "; " + path.string() + " was left unchanged");
+    std::printf("created %s: %d bytes, all 0xFF\n", path.string().c_str(), *size);
     return kSuccess;
 }
 

@@ -4,9 +4,18 @@
 
 namespace tnpkg {
 
+namespace {
+void Ignore(tn::TPString) {}
+}  // namespace
+
 SessionImage::~SessionImage() {
     if (!folder_) return;
-    image_.reset();  // its final save goes into the private folder
+    // The object's final save goes into the private folder and serves nothing: a warning
+    // about it must not make a committed command look failed.
+    const tn::TPWarningHook previous = tn::OnWarning;
+    tn::OnWarning = &Ignore;
+    image_.reset();
+    tn::OnWarning = previous;
     tn::SpeicherPfad = savedFolder_;
 }
 
