@@ -232,6 +232,24 @@ TEST_F(WriteSafetyTest, WithoutAWritableFolderWritesAreRefusedUnlessTheJournalIs
     EXPECT_NE(ReadFile(image, "/note.txt"), "");
 }
 
+TEST_F(WriteSafetyTest, AWarningThatDoesNotStopAWriteLeavesItsSuccess) {
+    // A valid tree 66 folders deep: mounting it warns, but the write is done and committed.
+    const fs::path image = Path("deep.img");
+    ASSERT_TRUE(MakeFatImage(image, 2048, "-F 12"));
+    std::string path;
+    for (int level = 0; level < 66; ++level) {
+        path += "/D";
+        ASSERT_TRUE(MakeDir(image, path));
+    }
+    WriteBytes(Path("x.txt"), "x");
+    const auto put = RunWith("", "fat put " + Q(image) + " " + Q(Path("x.txt")));
+    EXPECT_EQ(put.status, 0) << put.output;
+    EXPECT_NE(put.output.find("warning: "), std::string::npos) << put.output;
+    EXPECT_EQ(ReadFile(image, "/x.txt"), "x");
+    EXPECT_EQ(RunWith("", "fat mkdir " + Q(image) + " /NEU").status, 0);
+    EXPECT_EQ(FsckProblems(image), "");
+}
+
 TEST_F(WriteSafetyTest, LargeImagesCostWhatChangesNotTheirSize) {
     // 2 GiB FAT16, sparse: reading it touches only its FAT and folders.
     const fs::path card = Path("card16.img");
