@@ -2,7 +2,10 @@
 
 #include <windows.h>
 
+#include <algorithm>
+#include <chrono>
 #include <cstdlib>
+#include <string>
 #include <thread>
 
 #include "os/OsFile.h"
