@@ -110,6 +110,31 @@ TEST_F(JournalTest, FatPutAndMkdirInterruptedAnywhereAreRolledBackOrFinished) {
     EXPECT_EQ(Bytes(image), before);
 }
 
+TEST_F(JournalTest, AnInterruptedFormatOfANewImageLeavesNoImage) {
+    TN_REQUIRE_SHELL();
+    TN_REQUIRE_FAT_TOOLS();
+    const fs::path image = Path("new.img");
+    const std::string format = "fat format " + Q(image) + " --size 1M";
+    for (int n = 0; n < kMostPoints; ++n) {
+        SCOPED_TRACE(n);
+        fs::remove(image);
+        const auto run = RunWith(std::string(kAfterPages) + "=" + std::to_string(n), format);
+        if (run.status == 0) {
+            EXPECT_GT(n, 2);
+            EXPECT_EQ(FsckProblems(image), "");
+            return;
+        }
+        ASSERT_EQ(run.status, kCrashStatus) << run.output;
+        const auto next = RunWith("", "fat info " + Q(image));
+        EXPECT_EQ(next.status, 1);
+        EXPECT_NE(next.output.find("tnpkg: recovered " + image.string()), std::string::npos)
+            << next.output;
+        EXPECT_FALSE(fs::exists(image));
+        EXPECT_FALSE(fs::exists(JournalOf(image)));
+    }
+    ADD_FAILURE() << "the format never finished";
+}
+
 TEST_F(JournalTest, TheJournalHoldsTheOldPagesUnderAChecksumZlibAgreesWith) {
     TN_REQUIRE_SHELL();
     TN_REQUIRE_FAT_TOOLS();
