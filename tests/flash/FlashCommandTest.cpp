@@ -80,7 +80,7 @@ TEST_F(FlashCommandTest, InfoRecordsEraseAndWrite) {
     EXPECT_EQ(Tool("erase " + Path("chips.bin") + " --chip").output,
               "erased the chip pair (262144 bytes)\n");
     EXPECT_EQ(Read("chips.bin"), std::vector<unsigned char>(0x40000, 0xFF));
-    EXPECT_FALSE(fs::exists(dir_ / ".chips.bin.tnpkg-flash"));  // the working copy is gone
+    EXPECT_FALSE(fs::exists(dir_ / "chips.bin.tnpkg-journal"));  // each commit removed it
 }
 
 TEST_F(FlashCommandTest, ChipFailuresLeaveTheImageAsItWas) {

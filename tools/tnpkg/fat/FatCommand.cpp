@@ -19,9 +19,9 @@ const char* const kUsageText =
     "       tnpkg fat ls IMAGE [PATH] [-l] [-R] [--json]\n"
     "       tnpkg fat get IMAGE PATH... [--to DIR] [--quiet]\n"
     "       tnpkg fat cat IMAGE PATH\n"
-    "       tnpkg fat put IMAGE FILE... [--to PATH] [--quiet]\n"
-    "       tnpkg fat mkdir IMAGE PATH\n"
-    "       tnpkg fat format IMAGE --size BYTES [--label NAME] [--force]\n"
+    "       tnpkg fat put IMAGE FILE... [--to PATH] [--quiet] [--no-journal]\n"
+    "       tnpkg fat mkdir IMAGE PATH [--no-journal]\n"
+    "       tnpkg fat format IMAGE --size BYTES [--label NAME] [--force] [--no-journal]\n"
     "\n"
     "IMAGE is a memory image (.DAT) or a memory-card image. A card with a partition table is\n"
     "read at its first FAT partition; --partition N (1-4) picks another, --offset BYTES puts\n"
@@ -40,8 +40,11 @@ const char* const kUsageText =
     "  mkdir   creates a folder and any missing parents\n"
     "  format  a new image file of BYTES bytes (K and M suffixes allowed) holding an empty\n"
     "          FAT12 or FAT16 volume laid out as mkfs.fat lays it out\n"
-    "Writing works on a copy that replaces IMAGE only when everything succeeded. Only FAT12\n"
-    "volumes with 512-byte sectors can be written; FAT16 and other sector sizes are read only.\n";
+    "Writing changes IMAGE in place only when everything read back as written, behind a\n"
+    "journal (IMAGE.tnpkg-journal) that undoes an interrupted write at the next tnpkg command.\n"
+    "put, mkdir and format take --no-journal for an image in a read-only folder: a crash\n"
+    "during the write can then leave IMAGE half-written. Only FAT12 volumes with 512-byte\n"
+    "sectors can be written; FAT16 and other sector sizes are read only.\n";
 
 const char* TypeName(int bits) {
     return bits == 12 ? "FAT12" : bits == 16 ? "FAT16" : "none";
@@ -96,6 +99,7 @@ int Info(FatRequest& r) {
         JsonWriter j;
         j.BeginObject();
         j.Key("image").Value(r.image);
+        j.Key("recovered").Value(m.Session()->Recovery());
         j.Key("volume").Value(where.Describe());
         j.Key("offset").Value(static_cast<std::int64_t>(where.base));
         if (where.partition != 0) j.Key("partition").Value(where.partition);
@@ -122,6 +126,9 @@ int Info(FatRequest& r) {
         return kSuccess;
     }
     Print("image:               %s\n", r.image.c_str());
+    if (!m.Session()->Recovery().empty()) {
+        Print("recovered:           %s\n", m.Session()->Recovery().c_str());
+    }
     Print("volume:              %s\n", where.Describe().c_str());
     Print("label:               %s\n", label.empty() ? "(none)" : label.c_str());
     Print("type:                %s\n", TypeName(m.FatBits()));
@@ -271,23 +278,19 @@ const CommandRegistration reg(
 
 }  // namespace
 
-std::unique_ptr<MountedImage> MountRequested(const FatRequest& r) {
-    VolumeLocation where;
+std::unique_ptr<MountedImage> MountRequested(const FatRequest& r,
+                                             const store::SessionOptions& options) {
     std::string problem;
-    if (!LocateVolume(r.image, r.choice, where, problem)) {
+    auto m = MountImage(r.image, r.choice, options, problem);
+    if (!m) {
         FatFail(problem);
         return nullptr;
     }
-    auto m = std::make_unique<MountedImage>(r.image, where, false);
     // What the package said while mounting explains a failed mount; about a volume that
     // mounted it is a note (info lists it with the volume's details).
-    if (!m->Problem().empty() || r.action != "info") {
+    if (r.action != "info") {
         for (const auto& notice : m->Notices())
             FatNote("while mounting " + r.image + ": " + Cp1252ToUtf8(notice));
-    }
-    if (!m->Problem().empty()) {
-        FatFail(m->Problem());
-        return nullptr;
     }
     return m;
 }

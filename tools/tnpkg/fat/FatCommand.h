@@ -25,8 +25,10 @@ int FatPut(FatRequest& r);
 int FatMkdir(FatRequest& r);
 int FatFormat(FatRequest& r);
 
-/// Mounts the volume the request names, read-only; null after reporting why it cannot.
-std::unique_ptr<MountedImage> MountRequested(const FatRequest& r);
+/// Mounts the volume the request names (read-only unless `options` say otherwise), printing
+/// what the package noted while mounting; null after reporting why it cannot.
+std::unique_ptr<MountedImage> MountRequested(const FatRequest& r,
+                                             const store::SessionOptions& options = {});
 
 /// Why tnpkg does not write to this volume, or empty when it does.
 std::string FatWriteRefusal(MountedImage& m);

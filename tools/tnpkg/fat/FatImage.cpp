@@ -165,31 +165,44 @@ bool LocateVolume(const fs::path& image, const VolumeChoice& choice, VolumeLocat
     return true;
 }
 
-MountedImage::MountedImage(const fs::path& path, const VolumeLocation& where, bool writable)
-    : where_(where) {
+MountedImage::MountedImage(std::shared_ptr<store::ImageSession> session,
+                           const VolumeLocation& where, bool writable)
+    : where_(where), session_(std::move(session)) {
     // A FAT's type is defined by its data clusters; the package's compatible default counts
     // the whole volume, which mistypes volumes just below 4085 clusters.
     tn::FATTypeByDataClusters = true;
-    std::string name = path.string();
-    medium_ =
-        std::make_unique<tn::TPDateiSpeicher>(tn::TPString(name.data()), writable, where.base);
-    if (!medium_->IsOpen()) {
-        problem_ = "cannot open " + name + (writable ? " for writing" : "");
-        return;
-    }
+    medium_ = std::make_unique<store::OverlayMedium>(session_->Changes(), where.base, writable);
     {
         // What the package says while it mounts is kept for the caller to show: about a
         // volume that mounts, it is information (such as how the FAT was typed), not failure.
-        const WarningCapture mounting("tnpkg fat: while mounting " + name,
+        const WarningCapture mounting("tnpkg fat: while mounting " + session_->Name(),
                                       WarningCapture::Showing::Held);
         volume_ = std::make_unique<tn::TPVolumeFAT>(medium_.get(), 'A', 0);
         notices_ = mounting.Texts();
     }
 
     if (!volume_->Valid || volume_->FATBuffer == nullptr || volume_->Root == nullptr) {
-        problem_ = "the FAT volume at " + where.Describe() + " of " + name +
+        problem_ = "the FAT volume at " + where.Describe() + " of " + session_->Name() +
                    " has a boot sector that cannot be used";
     }
+}
+
+std::unique_ptr<MountedImage> MountImage(const std::string& image, const VolumeChoice& choice,
+                                         const store::SessionOptions& options,
+                                         std::string& problem) {
+    auto session = store::ImageSession::Open(image, options, problem);
+    if (!session) return nullptr;
+    VolumeLocation where;
+    if (!LocateVolume(image, choice, where, problem)) return nullptr;
+    auto m = std::make_unique<MountedImage>(std::move(session), where, options.write);
+    if (!m->Problem().empty()) {
+        // What the package said while mounting is the reason the mount failed.
+        for (const auto& notice : m->Notices())
+            FatNote("while mounting " + image + ": " + Cp1252ToUtf8(notice));
+        problem = m->Problem();
+        return nullptr;
+    }
+    return m;
 }
 
 MountedImage::~MountedImage() {
@@ -221,7 +234,7 @@ std::uint32_t MountedImage::FreeClusters() {
 
 bool MountedImage::Flush() {
     volume_->WriteClusterBuffer();
-    return medium_->Flush();
+    return true;
 }
 
 tn::TPDirEintrag* MountedImage::Find(const std::string& path, std::string& problem, bool utf8) {

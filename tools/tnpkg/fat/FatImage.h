@@ -1,6 +1,7 @@
 // A FAT volume inside an image file, for the `fat` commands: where in the image the volume
 // lies (bare volume, partition of a card image, or an offset the user gives), mounting it
-// through a file-backed medium (no whole-file loading), and walking its tree by path.
+// through the overlay of an image session (no whole-file loading; writes stay in the overlay
+// until the session commits), and walking its tree by path.
 #pragma once
 
 #include <tnpackage/tnpackage.h>
@@ -14,6 +15,8 @@
 #include <vector>
 
 #include "cli/Command.h"
+#include "store/ImageSession.h"
+#include "store/OverlayMedium.h"
 
 namespace tnpkg {
 
@@ -42,8 +45,10 @@ bool LocateVolume(const std::filesystem::path& image, const VolumeChoice& choice
 
 class MountedImage {
   public:
-    /// Mounts the volume at `where` in the file `path` (read-only unless `writable`).
-    MountedImage(const std::filesystem::path& path, const VolumeLocation& where, bool writable);
+    /// Mounts the volume at `where` of the session's image, through its overlay (read-only
+    /// unless `writable`).
+    MountedImage(std::shared_ptr<store::ImageSession> session, const VolumeLocation& where,
+                 bool writable);
     ~MountedImage();
     MountedImage(const MountedImage&) = delete;
     MountedImage& operator=(const MountedImage&) = delete;
@@ -52,6 +57,7 @@ class MountedImage {
     const std::string& Problem() const { return problem_; }
     tn::TPVolumeFAT& Volume() { return *volume_; }
     const VolumeLocation& Where() const { return where_; }
+    const std::shared_ptr<store::ImageSession>& Session() const { return session_; }
     /// What the package said while mounting the volume (Windows-1252), such as how it typed
     /// the FAT; not shown by the mount itself.
     const std::vector<std::string>& Notices() const { return notices_; }
@@ -63,7 +69,7 @@ class MountedImage {
     std::uint32_t DataClusters() const;
     std::uint32_t FreeClusters();
 
-    /// Writes the changed FAT sectors and forces everything onto the file; false on failure.
+    /// Writes the changed FAT sectors into the overlay; false on failure.
     bool Flush();
 
     /// The node at `path` ("/" or "" is the root; "/" or "\" separate; case does not count,
@@ -73,11 +79,18 @@ class MountedImage {
 
   private:
     VolumeLocation where_;
-    std::unique_ptr<tn::TPDateiSpeicher> medium_;
+    std::shared_ptr<store::ImageSession> session_;
+    std::unique_ptr<store::OverlayMedium> medium_;
     std::unique_ptr<tn::TPVolumeFAT> volume_;
     std::string problem_;
     std::vector<std::string> notices_;
 };
+
+/// Opens `image` as `options` say (lock, recovery), finds its volume and mounts it; null with
+/// `problem` set for the user.
+std::unique_ptr<MountedImage> MountImage(const std::string& image, const VolumeChoice& choice,
+                                         const store::SessionOptions& options,
+                                         std::string& problem);
 
 /// The entries of a folder node (the root included), in the volume's order, without the volume
 /// label.

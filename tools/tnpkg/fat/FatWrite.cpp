@@ -1,5 +1,6 @@
-// `tnpkg fat put`, `mkdir` and `format`: the commands that change an image. Each works on a
-// copy, reads back what it wrote, and only then lets the copy replace the image.
+// `tnpkg fat put`, `mkdir` and `format`: the commands that change an image. Each works on the
+// overlay of an image session, reads back what it wrote through a fresh mount, and only then
+// commits the changed pages into the image, behind the rollback journal.
 #include <algorithm>
 #include <cstdio>
 #include <ctime>
@@ -14,7 +15,7 @@
 #include "fat/FatCommand.h"
 #include "fat/FatFormat.h"
 #include "fat/HostNames.h"
-#include "image/ImageCopy.h"
+#include "store/ImageSession.h"
 
 namespace tnpkg {
 namespace {
@@ -193,11 +194,14 @@ bool PlanTargetFolder(MountedImage& m, const std::string& path, Plan& plan, std:
     return true;
 }
 
-// The checks every write makes on the original, read-only.
-bool PrepareWrite(FatRequest& r, VolumeLocation& where, std::unique_ptr<MountedImage>& m) {
-    m = MountRequested(r);
+// Opens the image for writing (exclusive lock, recovery) and mounts it on the session's
+// overlay, after the checks every write makes.
+bool PrepareWrite(FatRequest& r, std::unique_ptr<MountedImage>& m) {
+    store::SessionOptions options;
+    options.write = true;
+    options.journal = !r.args.Flag("--no-journal");
+    m = MountRequested(r, options);
     if (!m) return false;
-    where = m->Where();
     const std::string refusal = FatWriteRefusal(*m);
     if (!refusal.empty()) {
         FatFail(refusal);
@@ -206,7 +210,7 @@ bool PrepareWrite(FatRequest& r, VolumeLocation& where, std::unique_ptr<MountedI
     return true;
 }
 
-// Carries out a plan on the copy; false when anything failed or the package warned.
+// Carries out a plan on the overlay; false when anything failed or the package warned.
 bool Execute(MountedImage& w, const Plan& plan, bool quiet) {
     // The package reports a step it could not do only through a warning.
     const WarningCapture warnings("tnpkg fat: while writing the image");
@@ -253,17 +257,18 @@ bool Execute(MountedImage& w, const Plan& plan, bool quiet) {
         }
     }
     if (!w.Flush()) {
-        FatNote("cannot write the copy of the image");
+        FatNote("cannot write the changes of the image");
         return false;
     }
     return warnings.Count() == 0;
 }
 
-// Reads everything back from the written copy.
-bool Verify(const fs::path& copy, const VolumeLocation& where, const Plan& plan) {
-    MountedImage m(copy, where, false);
+// Reads everything back through a fresh mount of the overlay.
+bool Verify(const std::shared_ptr<store::ImageSession>& session, const VolumeLocation& where,
+            const Plan& plan) {
+    MountedImage m(session, where, false);
     if (!m.Problem().empty()) {
-        FatNote("the written copy does not mount: " + m.Problem());
+        FatNote("the written volume does not mount: " + m.Problem());
         return false;
     }
     std::string problem;
@@ -287,24 +292,21 @@ bool Verify(const fs::path& copy, const VolumeLocation& where, const Plan& plan)
     return true;
 }
 
-int Apply(FatRequest& r, const VolumeLocation& where, const Plan& plan, std::uint32_t free) {
+int Commit(FatRequest& r, store::ImageSession& session) {
+    std::string problem;
+    if (!session.Commit(problem)) return FatFail(problem + "; " + r.image + " was left unchanged");
+    return kSuccess;
+}
+
+int Apply(FatRequest& r, MountedImage& m, const Plan& plan, std::uint32_t free) {
     if (plan.clusters > free) {
         return FatFail("not enough room: up to " + std::to_string(plan.clusters) +
                        " clusters needed, " + std::to_string(free) + " free");
     }
-    ImageCopy copy{fs::path(r.image)};
-    if (!copy.Problem().empty()) return FatFail(copy.Problem());
-    bool ok = false;
-    {
-        MountedImage w(copy.Path(), where, true);
-        ok = w.Problem().empty() && Execute(w, plan, r.args.Flag("--quiet"));
-        if (!w.Problem().empty()) FatNote(w.Problem());
-    }
-    if (!ok || !Verify(copy.Path(), where, plan)) {
+    if (!Execute(m, plan, r.args.Flag("--quiet")) || !Verify(m.Session(), m.Where(), plan)) {
         return FatFail(r.image + " was left unchanged");
     }
-    if (!copy.Commit()) return FatFail(copy.Problem() + "; " + r.image + " was left unchanged");
-    return kSuccess;
+    return Commit(r, *m.Session());
 }
 
 // "4096", "64K", "4M" (binary units).
@@ -322,6 +324,26 @@ bool ParseSize(const std::string& text, std::uint64_t& bytes) {
     return true;
 }
 
+// The new volume's system area over an image of its new length; the data area keeps whatever
+// bytes it had (free clusters are not read), so replacing a large image costs only the area.
+bool WriteSystemArea(const std::shared_ptr<store::ImageSession>& session,
+                     const std::vector<unsigned char>& area, std::uint64_t bytes) {
+    store::Overlay& overlay = session->Changes();
+    overlay.Resize(static_cast<std::int64_t>(bytes));
+    std::vector<unsigned char> back(area.size());
+    if (!overlay.Write(0, area.data(), area.size()) || !overlay.Read(0, back.data(), back.size()) ||
+        back != area) {
+        FatNote("cannot write the new volume's system area");
+        return false;
+    }
+    MountedImage m(session, VolumeLocation{}, false);
+    if (!m.Problem().empty()) {
+        FatNote("the new volume does not mount: " + m.Problem());
+        return false;
+    }
+    return true;
+}
+
 std::uint32_t FatNow() {
     const std::time_t now = std::time(nullptr);
     const std::tm* t = std::localtime(&now);
@@ -334,9 +356,8 @@ std::uint32_t FatNow() {
 }  // namespace
 
 int FatPut(FatRequest& r) {
-    VolumeLocation where;
     std::unique_ptr<MountedImage> m;
-    if (!PrepareWrite(r, where, m)) return kFailure;
+    if (!PrepareWrite(r, m)) return kFailure;
 
     Plan plan;
     std::string folder;
@@ -349,15 +370,12 @@ int FatPut(FatRequest& r) {
     for (const auto& host : r.operands)
         planner.Add(fs::path(host), folder, node, names);
     if (plan.failures > 0) return FatFail(r.image + " was left unchanged");
-    const std::uint32_t free = m->FreeClusters();
-    m.reset();
-    return Apply(r, where, plan, free);
+    return Apply(r, *m, plan, m->FreeClusters());
 }
 
 int FatMkdir(FatRequest& r) {
-    VolumeLocation where;
     std::unique_ptr<MountedImage> m;
-    if (!PrepareWrite(r, where, m)) return kFailure;
+    if (!PrepareWrite(r, m)) return kFailure;
     Plan plan;
     std::string folder;
     tn::TPDirEintrag* node = nullptr;
@@ -368,9 +386,7 @@ int FatMkdir(FatRequest& r) {
         FatNote(Shown(folder) + " exists already");
         return kSuccess;
     }
-    const std::uint32_t free = m->FreeClusters();
-    m.reset();
-    return Apply(r, where, plan, free);
+    return Apply(r, *m, plan, m->FreeClusters());
 }
 
 int FatFormat(FatRequest& r) {
@@ -396,16 +412,15 @@ int FatFormat(FatRequest& r) {
     const auto serial = static_cast<std::uint32_t>(std::time(nullptr)) * 2654435761u;
     const auto area = FatSystemArea(*geometry, label, serial, now);
     if (!image.parent_path().empty()) fs::create_directories(image.parent_path(), ec);
-    ImageCopy copy(image, true, bytes);
-    if (!copy.Problem().empty()) return FatFail(copy.Problem());
-    {
-        std::fstream out(copy.Path(), std::ios::binary | std::ios::in | std::ios::out);
-        out.write(reinterpret_cast<const char*>(area.data()),
-                  static_cast<std::streamsize>(area.size()));
-        out.close();
-        if (!out) return FatFail("cannot write " + PathText(copy.Path()));
-    }
-    if (!copy.Commit()) return FatFail(copy.Problem());
+    store::SessionOptions options;
+    options.write = true;
+    options.create = true;
+    options.journal = !r.args.Flag("--no-journal");
+    std::string problem;
+    const auto session = store::ImageSession::Open(image, options, problem);
+    if (!session) return FatFail(problem);
+    if (!WriteSystemArea(session, area, bytes)) return FatFail(r.image + " was left unchanged");
+    if (Commit(r, *session) != kSuccess) return kFailure;
     const std::uint64_t clusterBytes = std::uint64_t{geometry->sectorsPerCluster} * 512;
     Print("formatted %s: FAT%d, %llu bytes, %u clusters of %llu bytes\n", r.image.c_str(),
           geometry->fatBits, static_cast<unsigned long long>(bytes), geometry->dataClusters,

@@ -16,6 +16,8 @@
 #include "cli/Command.h"
 #include "cli/Output.h"
 #include "cli/Warnings.h"
+#include "store/ImageSession.h"
+#include "store/PrivateFolder.h"
 
 namespace tnpkg {
 namespace {
@@ -43,8 +45,11 @@ const char* const kUsageText =
     "  erase    erases sector N (0-based) or the whole chip pair\n"
     "  write    programs FILE at OFFSET (MemCopy): when the bytes there are not all blank,\n"
     "           the sectors it touches are erased first, and whatever else they held is lost\n"
-    "The image is changed through a copy that replaces it only when the command succeeded; a\n"
-    "failure reported by the chips' polling gives exit status 1.\n"
+    "The image is changed in place only when the command succeeded, behind a journal that\n"
+    "undoes an interrupted write at the next tnpkg command; a failure reported by the chips'\n"
+    "polling gives exit status 1 and leaves the image as it was. --no-journal (erase, write)\n"
+    "writes without the journal, where its folder is read-only: a crash during the write can\n"
+    "then leave the image half-written.\n"
     "FAULTS try out what the chips report when they fail: --stuck N (every bit of the byte at\n"
     "offset N stays 1, so programming a 0 there fails) and --bad-sector N (sector N never\n"
     "finishes erasing in either chip).\n"
@@ -55,47 +60,36 @@ int Fail(const std::string& text) {
     return kFailure;
 }
 
-// A working copy of the image as Flash.DAT in a folder beside it: the flash object loads and
-// saves it there, and only a successful command puts it back in place of the image.
-class WorkingCopy {
+// The flash object loads and saves Flash.DAT in SpeicherPfad: it works in a folder of this
+// process's own, so that its save never reaches the user's image. The image's bytes come from
+// the session's overlay and the changed ones go back there.
+class FlashFolder {
   public:
-    explicit WorkingCopy(const fs::path& image) : image_(image) {
-        folder_ = image.parent_path() / ("." + image.filename().string() + ".tnpkg-flash");
+    FlashFolder() : saved_(tn::SpeicherPfad) {
+        if (folder_.Ready()) tn::SpeicherPfad = folder_.Path().string().c_str();
     }
-    ~WorkingCopy() {
-        std::error_code ec;
-        fs::remove_all(folder_, ec);
-        tn::SpeicherPfad = saved_;
-    }
-    WorkingCopy(const WorkingCopy&) = delete;
-    WorkingCopy& operator=(const WorkingCopy&) = delete;
-
-    bool Prepare(std::string& problem) {
-        std::error_code ec;
-        fs::remove_all(folder_, ec);
-        fs::create_directories(folder_, ec);
-        if (!ec) fs::copy_file(image_, folder_ / "Flash.DAT", ec);
-        if (ec) {
-            problem = "cannot make a working copy of " + image_.string() + ": " + ec.message();
-            return false;
-        }
-        saved_ = tn::SpeicherPfad;
-        tn::SpeicherPfad = folder_.string().c_str();
-        return true;
-    }
-
-    bool Commit(std::string& problem) {
-        std::error_code ec;
-        fs::rename(folder_ / "Flash.DAT", image_, ec);
-        if (ec) problem = "cannot replace " + image_.string() + ": " + ec.message();
-        return !ec;
-    }
+    ~FlashFolder() { tn::SpeicherPfad = saved_; }
+    FlashFolder(const FlashFolder&) = delete;
+    FlashFolder& operator=(const FlashFolder&) = delete;
+    bool Ready() const { return folder_.Ready(); }
 
   private:
-    fs::path image_;
-    fs::path folder_;
+    store::PrivateFolder folder_{"flash"};
     tn::TPString saved_;
 };
+
+// Hands the bytes the flash changed to the overlay and reads them back from it.
+bool ToOverlay(store::Overlay& overlay, const std::vector<char>& before,
+               const std::vector<char>& after) {
+    const auto page = static_cast<std::size_t>(store::Overlay::kPageSize);
+    for (std::size_t at = 0; at < after.size(); at += page) {
+        const std::size_t n = std::min(page, after.size() - at);
+        if (std::memcmp(before.data() + at, after.data() + at, n) == 0) continue;
+        if (!overlay.Write(static_cast<std::int64_t>(at), after.data() + at, n)) return false;
+    }
+    std::vector<char> back(after.size());
+    return overlay.Read(0, back.data(), back.size()) && back == after;
+}
 
 // The live records of the flash, in the order of the scan.
 class RecordCollector : public tn::TPSaveList {
@@ -120,13 +114,9 @@ const char* ChecksumText(const tn::TPSaveObject* r) {
     return r->CheckSumValid() ? "valid" : "invalid";
 }
 
-std::optional<int> ImageSize(const fs::path& image, std::string& problem) {
-    std::error_code ec;
-    const auto size = fs::file_size(image, ec);
-    if (ec) {
-        problem = "no image " + image.string();
-    } else if (size == 0 || size % tn::TFlash::kSectorSize != 0 ||
-               size > tn::FlashChipPair::kDefaultSize) {
+std::optional<int> ImageSize(std::int64_t size, const fs::path& image, std::string& problem) {
+    if (size == 0 || size % tn::TFlash::kSectorSize != 0 ||
+        size > static_cast<std::int64_t>(tn::FlashChipPair::kDefaultSize)) {
         problem = image.string() + " is not a flash image (a whole number of 128 KiB sectors, " +
                   "at most 4 MiB)";
     } else {
@@ -276,18 +266,29 @@ int RunFlash(const Args& args) {
     const std::string& action = args.Action();
     const auto& positional = args.Positional();
     const fs::path image = positional[0];
+    store::SessionOptions options;
+    options.write = action == "erase" || action == "write";
+    options.journal = !args.Flag("--no-journal");
     std::string problem;
-    const auto size = ImageSize(image, problem);
+    const auto session = store::ImageSession::Open(image, options, problem);
+    if (!session) return Fail(problem);
+    store::Overlay& overlay = session->Changes();
+    const auto size = ImageSize(overlay.Size(), image, problem);
     if (!size) return Fail(problem);
+    std::vector<char> before(static_cast<std::size_t>(*size));
+    if (!overlay.Read(0, before.data(), before.size()))
+        return Fail("cannot read " + image.string());
 
-    WorkingCopy copy(image);
-    if (!copy.Prepare(problem)) return Fail(problem);
+    const FlashFolder folder;
+    if (!folder.Ready()) return Fail("cannot make a working folder for the flash model");
     int status = kSuccess;
     bool changed = false;
     int eraseReports = 0;
     const WarningCapture work("tnpkg flash: while working on " + image.string());
+    std::vector<char> after;
     {
         tn::TFlash flash(*size);
+        std::memcpy(flash.Buffer, before.data(), before.size());
         if (!InjectFaults(flash, args)) {
             return UsageError(kName,
                               "--stuck and --bad-sector take an offset / a sector of the image");
@@ -297,12 +298,16 @@ int RunFlash(const Args& args) {
         if (action == "erase") status = Erase(flash, args, changed);
         if (action == "write") status = Write(flash, args, positional[1], changed);
         eraseReports = flash.ChipEraseReports();
-    }  // the flash object saves the working copy here
+        after.assign(flash.Buffer, flash.Buffer + flash.Size);
+    }
     // Any other warning means the image or the chips did not do what was asked.
-    const bool complaints = work.Count() > eraseReports;
-    if (status == kSuccess && complaints) status = kFailure;
-    if (status == kSuccess && changed && !copy.Commit(problem)) return Fail(problem);
-    return status;
+    if (status == kSuccess && work.Count() > eraseReports) status = kFailure;
+    if (status != kSuccess || !changed) return status;
+    if (!ToOverlay(overlay, before, after) || !session->Commit(problem)) {
+        return Fail((problem.empty() ? "cannot write the changes" : problem) + "; " +
+                    image.string() + " was left unchanged");
+    }
+    return kSuccess;
 }
 
 const CommandRegistration reg({kName,

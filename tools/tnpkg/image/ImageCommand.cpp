@@ -8,10 +8,12 @@
 #include <optional>
 #include <string>
 #include <system_error>
+#include <vector>
 
 #include "cli/Command.h"
 #include "cli/Output.h"
 #include "cli/Warnings.h"
+#include "image/SessionImage.h"
 
 namespace tnpkg {
 namespace {
@@ -23,10 +25,10 @@ constexpr int kBytesPerDumpLine = 16;
 constexpr unsigned char kErased = 0xFF;
 
 const char* const kUsageText =
-    "usage: tnpkg image create NAME --size BYTES [--dir DIR] [--force]\n"
+    "usage: tnpkg image create NAME --size BYTES [--dir DIR] [--force] [--no-journal]\n"
     "       tnpkg image info NAME [--dir DIR]\n"
     "       tnpkg image dump NAME [--offset N] [--length N] [--dir DIR]\n"
-    "       tnpkg image load NAME FILE --offset N [--length N] [--dir DIR]\n"
+    "       tnpkg image load NAME FILE --offset N [--length N] [--dir DIR] [--no-journal]\n"
     "       tnpkg image save NAME FILE --offset N --length N [--dir DIR]\n"
     "\n"
     "Works on the memory image NAME.DAT in DIR (the image folder; default the current one).\n"
@@ -36,7 +38,10 @@ const char* const kUsageText =
     "          the whole image\n"
     "  dump    hex and text, 16 bytes a line\n"
     "  load    copies FILE into the image at OFFSET. Without --length the rest of the image is\n"
-    "          filled: a shorter FILE leaves four 0x00 bytes and then 0xFF behind its data\n"
+    "          filled: a shorter FILE leaves four 0x00 bytes and then 0xFF behind its data.\n"
+    "          The image is changed in place behind a journal that undoes an interrupted load\n"
+    "          at the next tnpkg command; --no-journal writes without it (for a read-only\n"
+    "          folder), and a crash during the write can then leave the image half-written\n"
     "  save    writes LENGTH bytes of the image from OFFSET into FILE (LENGTH 0: an empty file)\n"
     "Numbers may be decimal or hexadecimal with 0x.\n";
 
@@ -69,25 +74,17 @@ fs::path ImagePath(const Request& r) {
     return r.folder / (r.name + tn::TPSpeicher::kExtension);
 }
 
-// The image folder becomes the package's SpeicherPfad; an empty one means the current folder.
-void UseFolder(const Request& r) {
-    tn::SpeicherPfad = r.folder.empty() ? "" : r.folder.string().c_str();
-}
-
-// The size of an existing image, or a failure message when it cannot be opened as one.
-std::optional<int> ExistingImageSize(const Request& r, std::string& problem) {
-    std::error_code ec;
+// The size of an existing image of `length` bytes, or a failure message when it cannot be
+// used as one.
+std::optional<int> ExistingImageSize(const Request& r, std::int64_t length, std::string& problem) {
     const fs::path path = ImagePath(r);
-    const auto size = fs::file_size(path, ec);
-    if (ec) {
-        problem = "no image " + path.string();
-    } else if (size == 0) {
+    if (length == 0) {
         problem = path.string() + " is empty";
-    } else if (size > static_cast<std::uintmax_t>(tn::TPSpeicher::kMaxSavedSize)) {
+    } else if (length > static_cast<std::int64_t>(tn::TPSpeicher::kMaxSavedSize)) {
         // Saving it back would cut it to 4 MiB.
         problem = path.string() + " is larger than 4 MiB";
     } else {
-        return static_cast<int>(size);
+        return static_cast<int>(length);
     }
     return std::nullopt;
 }
@@ -96,6 +93,24 @@ std::optional<int> ExistingImageSize(const Request& r, std::string& problem) {
 // commands take any warning as their step failing.
 std::string Doing(const Request& r) {
     return "tnpkg image: while working on " + ImagePath(r).string();
+}
+
+// Opens the image through a session and loads its bytes; false after reporting why not.
+bool OpenImage(const Request& r, bool write, SessionImage& image) {
+    store::SessionOptions options;
+    options.write = write;
+    options.journal = !r.args.Flag("--no-journal");
+    std::string problem;
+    if (!image.Open(ImagePath(r), options, problem)) {
+        Fail(problem);
+        return false;
+    }
+    const auto size = ExistingImageSize(r, image.FileSize(), problem);
+    if (!size || !image.Load(*size, problem)) {
+        Fail(problem);
+        return false;
+    }
+    return true;
 }
 
 int Create(Request& r) {
@@ -110,27 +125,34 @@ int Create(Request& r) {
         return Fail(path.string() + " exists already (use --force to replace it)");
     }
     if (!r.folder.empty()) fs::create_directories(r.folder, ec);
-    UseFolder(r);
-    const WarningCapture warnings(Doing(r));
-    tn::TPImageSpeicher image(r.name.c_str(), *size);
-    std::memset(image.Buffer, kErased, static_cast<std::size_t>(image.Size));
-    image.Speichern();
-    if (warnings.Count() > 0) return kFailure;
-    Print("created %s: %d bytes, all 0xFF\n", image.FileName.c_str(), image.Size);
+    store::SessionOptions options;
+    options.write = true;
+    options.create = true;
+    options.journal = !r.args.Flag("--no-journal");
+    std::string problem;
+    const auto session = store::ImageSession::Open(path, options, problem);
+    if (!session) return Fail(problem);
+    store::Overlay& overlay = session->Changes();
+    overlay.Resize(*size);
+    const std::vector<char> erased(static_cast<std::size_t>(*size), static_cast<char>(kErased));
+    std::vector<char> back(erased.size());
+    if (!overlay.Write(0, erased.data(), erased.size()) ||
+        !overlay.Read(0, back.data(), back.size()) || back != erased) {
+        return Fail("cannot hold the new image; " + path.string() + " was left unchanged");
+    }
+    if (!session->Commit(problem))
+        return Fail(problem + "; " + path.string() + " was left unchanged");
+    Print("created %s: %d bytes, all 0xFF\n", path.string().c_str(), *size);
     return kSuccess;
 }
 
 int Info(Request& r) {
-    std::string problem;
-    const auto size = ExistingImageSize(r, problem);
-    if (!size) return Fail(problem);
-    UseFolder(r);
-    const WarningCapture warnings(Doing(r));
-    tn::TPImageSpeicher image(r.name.c_str(), *size);
-    if (warnings.Count() > 0) return kFailure;
+    SessionImage opened;
+    if (!OpenImage(r, false, opened)) return kFailure;
+    tn::TPImageSpeicher& image = opened.Image();
     const auto* bytes = reinterpret_cast<const unsigned char*>(image.Buffer);
     const auto erased = std::count(bytes, bytes + image.Size, kErased);
-    Print("file:   %s\n", image.FileName.c_str());
+    Print("file:   %s\n", ImagePath(r).string().c_str());
     Print("size:   %d bytes (0x%X)\n", image.Size, static_cast<unsigned>(image.Size));
     Print("erased: %ld bytes\n", static_cast<long>(erased));
     tn::InitCRC16();
@@ -159,16 +181,12 @@ int Dump(Request& r) {
     const int offset = Number(r.args, "--offset", bad).value_or(0);
     const auto length = Number(r.args, "--length", bad);
     if (bad) return UsageError(kName, "--offset and --length take a number of bytes");
-    std::string problem;
-    const auto size = ExistingImageSize(r, problem);
-    if (!size) return Fail(problem);
-    if (offset > *size)
-        return Fail("offset beyond the image's " + std::to_string(*size) + " bytes");
-    UseFolder(r);
-    const WarningCapture warnings(Doing(r));
-    tn::TPImageSpeicher image(r.name.c_str(), *size);
-    if (warnings.Count() > 0) return kFailure;
-    const int end = length ? offset + std::min(*length, *size - offset) : *size;
+    SessionImage opened;
+    if (!OpenImage(r, false, opened)) return kFailure;
+    tn::TPImageSpeicher& image = opened.Image();
+    const int size = image.Size;
+    if (offset > size) return Fail("offset beyond the image's " + std::to_string(size) + " bytes");
+    const int end = length ? offset + std::min(*length, size - offset) : size;
     const auto* bytes = reinterpret_cast<const unsigned char*>(image.Buffer);
     for (int address = offset; address < end; address += kBytesPerDumpLine) {
         DumpLine(bytes + address, address, std::min(kBytesPerDumpLine, end - address));
@@ -184,22 +202,24 @@ int LoadOrSave(Request& r, bool load) {
         return UsageError(kName, load ? "load needs --offset (and takes --length)"
                                       : "save needs --offset and --length");
     }
-    std::string problem;
-    const auto size = ExistingImageSize(r, problem);
-    if (!size) return Fail(problem);
-    UseFolder(r);
+    SessionImage opened;
+    if (!OpenImage(r, load, opened)) return kFailure;
+    tn::TPImageSpeicher& image = opened.Image();
+    const std::string& file = r.file;
     const WarningCapture warnings(Doing(r));
-    tn::TPImageSpeicher image(r.name.c_str(), *size);
     if (load) {
-        image.Laden(r.file.c_str(), *offset, length.value_or(0));
+        image.Laden(file.c_str(), *offset, length.value_or(0));
     } else {
-        image.Speichern(r.file.c_str(), *offset, *length);
+        image.Speichern(file.c_str(), *offset, *length);
     }
     if (warnings.Count() > 0) return kFailure;
+    const std::string shown = ImagePath(r).string();
     if (load) {
-        Print("loaded %s into %s at offset %d\n", r.file.c_str(), image.FileName.c_str(), *offset);
+        std::string problem;
+        if (!opened.Commit(problem)) return Fail(problem + "; " + shown + " was left unchanged");
+        Print("loaded %s into %s at offset %d\n", r.file.c_str(), shown.c_str(), *offset);
     } else {
-        Print("saved %s from offset %d into %s\n", image.FileName.c_str(), *offset, r.file.c_str());
+        Print("saved %s from offset %d into %s\n", shown.c_str(), *offset, r.file.c_str());
     }
     return kSuccess;
 }
@@ -223,7 +243,11 @@ const CommandRegistration reg(
     {kName,
      "create, inspect and fill memory images (.DAT files)",
      kUsageText,
-     {{"create", "NAME", 1, 1, {{"--size", Takes::Value}, {"--dir", Takes::Value}, {"--force"}}},
+     {{"create",
+       "NAME",
+       1,
+       1,
+       {{"--size", Takes::Value}, {"--dir", Takes::Value}, {"--force"}, {"--no-journal"}}},
       {"info", "NAME", 1, 1, {{"--dir", Takes::Value}}},
       {"dump",
        "NAME",

@@ -1,0 +1,28 @@
+#include "store/TestHooks.h"
+
+#include <cstdlib>
+#include <optional>
+
+#include "cli/Command.h"
+#include "os/OsFile.h"
+
+namespace tnpkg::store {
+namespace {
+
+std::optional<long long> Setting(const char* variable) {
+    const char* text = std::getenv(variable);
+    long long value = 0;
+    if (text == nullptr || !ParseInteger(text, value)) return std::nullopt;
+    return value;
+}
+
+}  // namespace
+
+void CrashPoint(CrashHook hook, long count) {
+    static const auto inJournal = Setting("TNPKG_TEST_CRASH_IN_JOURNAL");
+    static const auto afterPages = Setting("TNPKG_TEST_CRASH_AFTER");
+    const auto& wanted = hook == CrashHook::InJournal ? inJournal : afterPages;
+    if (wanted && *wanted == count) os::ExitAtOnce();
+}
+
+}  // namespace tnpkg::store
