@@ -345,9 +345,10 @@ int TPVolumeFAT::ClusterAdresse(int& n) {
 }
 
 int TPVolumeFAT::Follow(int c) {
+    // A free or reserved entry inside a chain ends it like an end mark (standard volumes read
+    // every end and bad mark negative). A cluster past the data area is left to the transfer
+    // guards, which report it.
     const int next = GetCluster(c);
-    if (standard_) return IsDataCluster(next) ? next : -1;
-    // A free or reserved entry inside a chain ends it like an end mark.
     return next < fat::kFirstDataCluster ? -1 : next;
 }
 

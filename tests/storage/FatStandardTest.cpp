@@ -532,4 +532,40 @@ TEST(FatStandard, MountResultsTypeFiguresAndMissingBytes) {
     }
 }
 
+TEST(FatStandard, DamagedNearLimitImagesNeverCrashAStandardVolume) {
+    TN_REQUIRE_FAT_TOOLS();
+    const HighLayout h = LayOutHigh(kNearLimit[2]);  // 1024-byte sectors, 4,084 clusters
+    const auto pristine = tn::test::LoadBytes(h.image);
+    const auto copy = tn::test::ScratchFolder() / "damaged.img";
+    const Mode standard(true);
+    const tn::test::WarningCapture quiet;  // damaged images warn; that is expected
+    std::mt19937 random(0x5EED);
+    for (int round = 0; round < 60; ++round) {
+        std::vector<unsigned char> bytes = pristine;
+        const int flips = 1 + static_cast<int>(random() % 16);
+        for (int i = 0; i < flips; ++i) {
+            // The boot sector, the FATs (their high entries too) and the root.
+            bytes[random() % 30000] = static_cast<unsigned char>(random());
+        }
+        {
+            std::ofstream out(copy, std::ios::binary | std::ios::trunc);
+            out.write(reinterpret_cast<const char*>(bytes.data()),
+                      static_cast<std::streamsize>(bytes.size()));
+        }
+        tn::test::Mounted m(copy, true);
+        if (m.volume->Root == nullptr) continue;
+        for (const char* path : {"\\TAIL.BIN", "\\FILL.BIN"}) {
+            tn::TPDateiInfo* node = m.volume->SearchFile(path);
+            if (node != nullptr) {
+                EXPECT_LE(tn::test::ReadNode(*m.volume, node).size(), 0x1000000u);
+            }
+        }
+        tn::TPFile f;
+        if (m.volume->CreateFile(&f, "\\F\\new file.bin") != nullptr) {
+            std::string data = Pattern(5000, static_cast<std::uint32_t>(round));
+            m.volume->FileWrite(&f, data.data(), 5000, true);
+        }
+    }
+}
+
 }  // namespace
