@@ -52,9 +52,9 @@ const Geometry kNearLimit[] = {
     {"n2048", 8198, "-a -F 12 -S 2048 -s 1", 4084},
 };
 const Geometry kSixteen[] = {
-    {"f512", 16384, "-F 16 -S 512 -s 4", 0},
-    {"f1024", 16384, "-F 16 -S 1024 -s 2", 0},
-    {"f2048", 32768, "-F 16 -S 2048 -s 1", 0},
+    {"f512", 4096, "-F 16 -S 512 -s 1", 0},
+    {"f1024", 8192, "-F 16 -S 1024 -s 1", 0},
+    {"f2048", 10240, "-F 16 -S 2048 -s 1", 0},
 };
 
 constexpr int kFirstHigh = 0xFF1;  // the first cluster number the default mode reads negative
