@@ -1,8 +1,9 @@
 // Any image: finding its volume, mounting it, listing the whole tree and reading every file never
 // reads outside the image, never hangs and never crashes. The first byte of the input picks the
-// FAT typing (bit 0: by data clusters or the package's default) and, with bit 1, that the image
-// is only the start of a medium of at least 64 KiB whose remaining bytes are zeros: small inputs
-// then stand for whole small volumes, which keeps each run and each mutation cheap.
+// FAT typing (bit 0: by data clusters or the package's default), the standard FAT mode (bit 2)
+// and, with bit 1, that the image is only the start of a medium of at least 64 KiB whose
+// remaining bytes are zeros: small inputs then stand for whole small volumes, which keeps each
+// run and each mutation cheap.
 #include <tnpackage/tnpackage.h>
 
 #include <algorithm>
@@ -102,6 +103,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (size < 1) return 0;
     tn::OnWarning = &Quiet;
     tn::FATTypeByDataClusters = (data[0] & 1) != 0;
+    tn::FATStandard = (data[0] & 4) != 0;
     const bool padded = (data[0] & 2) != 0;
     ++data;
     --size;

@@ -48,11 +48,6 @@ std::string Std(const TPString& s) {
     return s.c_str() != nullptr ? std::string(s.c_str()) : std::string();
 }
 
-// A chain entry that names no next cluster: end of chain, bad, reserved, or (corrupt) free.
-bool ChainEnds(int value) {
-    return value < fat::kFirstDataCluster;
-}
-
 }  // namespace
 
 // ---- TPFile
@@ -119,8 +114,7 @@ bool TPVolumeFAT::SetFilePointer(TPFile* f, int position) {
     if (r > 0 && ClusterSize > 0) {
         for (std::int32_t steps = 0; r > ClusterSize && steps <= ClusterCount; ++steps) {
             r -= ClusterSize;
-            const int next = GetCluster(f->Cluster);
-            f->Cluster = ChainEnds(next) ? -1 : next;
+            f->Cluster = Follow(f->Cluster);
         }
         while (r > BytesPerSector) {
             f->SectorIndex += 1;
@@ -146,9 +140,7 @@ bool TPVolumeFAT::NextCluster(TPFile* f, bool allocate) {
     const int p = f->Cluster;
     bool linked = false;
     if (p != 0) {
-        const int next = GetCluster(p);
-        // A free or reserved entry inside a chain ends it like an end mark.
-        f->Cluster = next == 0 || next == 1 ? -1 : next;
+        f->Cluster = Follow(p);
         linked = f->Cluster >= 0;
     }
     if (!linked) {
@@ -371,7 +363,10 @@ TPDateiInfo* TPVolumeFAT::CreateFile(TPFile* f, TPString path) {
     }
     WriteClusterBuffer();
     if (f != nullptr) {
-        const int address = ClusterAdresse(node->FirstCluster);
+        // A file that found no cluster keeps none (not the -1 of a full volume).
+        int first = node->FirstCluster;
+        const int address = ClusterAdresse(first);
+        if (first > 0) node->FirstCluster = first;
         f->Open(node, address);
     }
     return node;
@@ -425,8 +420,7 @@ bool TPVolumeFAT::CopySectors(TPDateiInfo* file, const SectorSink& sink) {
         address += BytesPerSector;
         if (++index == SectorsPerCluster) {
             if (c >= 0) {
-                const int next = GetCluster(c);
-                c = ChainEnds(next) ? -1 : next;
+                c = Follow(c);
                 if (c >= 0) address = static_cast<std::uint32_t>(ClusterAdresse(c));
             }
             index = 0;
@@ -437,7 +431,9 @@ bool TPVolumeFAT::CopySectors(TPDateiInfo* file, const SectorSink& sink) {
 
 bool TPVolumeFAT::FileEqual(TPDateiInfo* file, void* data) {
     if (FATBuffer == nullptr || file == nullptr || data == nullptr) return false;
-    const std::int64_t address = static_cast<std::uint32_t>(ClusterAdresse(file->FirstCluster));
+    int first = file->FirstCluster;
+    const std::int64_t address = static_cast<std::uint32_t>(ClusterAdresse(first));
+    if (first > 0) file->FirstCluster = first;
     const int n = (std::min(std::max(file->FileSize, 0), kCompareLimit) + 1) & ~1;
     if (!InDataArea(address, BytesPerSector) || !ReadBuffered(address)) return false;
     return std::memcmp(sectorBuffer_, data, static_cast<std::size_t>(n)) == 0;

@@ -11,6 +11,7 @@ TP_FATList* FATList = nullptr;
 bool LogEveryEntry = false;
 bool LogFAT = false;
 bool FATTypeByDataClusters = false;
+bool FATStandard = false;
 TPFileFoundHook OnFileFound = nullptr;
 TPUpdateEndeHook OnUpdateEnde = nullptr;
 TPDirEntryHook OnDirEntry = nullptr;

@@ -24,19 +24,32 @@ inline constexpr int kBootTotalSectors32 = 32;      // 4
 inline constexpr int kBootSectorsPerFAT32Low = 36;  // 2 (low half of the FAT32 layout's size)
 inline constexpr int kBootTypeText = 54;            // 8, "FAT12   " / "FAT16   "
 inline constexpr int kBootTypeTextLength = 8;
+inline constexpr int kBootFat32TypeText = 82;  // 8, "FAT32   " in the FAT32 layout
+inline constexpr char kFat32TypeText[] = "FAT32   ";
+static_assert(sizeof(kFat32TypeText) - 1 == kBootTypeTextLength);
 inline constexpr int kBootSignature = 510;  // 2, 0xAA55
 inline constexpr std::uint16_t kSignature = 0xAA55;
 inline constexpr int kBootSectorMinimum = 512;  // every field above lies in the first 512 bytes
 static_assert(kBootSignature + 2 == kBootSectorMinimum);
 static_assert(kBootTypeText + kBootTypeTextLength < kBootSignature);
+static_assert(kBootFat32TypeText + kBootTypeTextLength < kBootSignature);
 
 // ---- FAT --------------------------------------------------------------------------------------
 inline constexpr std::int32_t kClusters12Limit = 0xFF5;   // below: 12-bit entries
 inline constexpr std::int32_t kClusters16Limit = 0xFFF5;  // below: 16-bit entries
 inline constexpr int kFat12Max = 0xFF0;  // 12-bit values above this read as negative
+// As FAT defines the values: from the bad mark up, an entry names no cluster (the marks above
+// it end a chain).
+inline constexpr int kFat12Bad = 0xFF7;
+inline constexpr int kFat16Bad = 0xFFF7;
+inline constexpr int kFat12Values = 0x1000;
+inline constexpr int kFat16Values = 0x10000;
+static_assert(kClusters12Limit + 1 < kFat12Bad);  // the last data cluster stays below the marks
+static_assert(kClusters16Limit + 1 < kFat16Bad);
 inline constexpr std::uint8_t kType12 = 1;
 inline constexpr std::uint8_t kType16 = 11;
-/// FAT sector s is written at FAT offset s << kFatSectorShift, whatever the sector size.
+/// FAT sector s is written at FAT offset s << kFatSectorShift, whatever the sector size (the
+/// package's default; standard volumes use their sector size).
 inline constexpr int kFatSectorShift = 9;
 inline constexpr int kFirstDataCluster = 2;
 

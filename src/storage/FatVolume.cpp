@@ -62,6 +62,29 @@ const char* TypeName(std::uint8_t type) {
     return type == fat::kType12 ? "FAT12" : Is16BitType(type) ? "FAT16" : "?";
 }
 
+// The 12-bit entry n as it stands, or -1 when its bytes lie outside the FAT.
+int Entry12(const unsigned char* fat, std::int64_t size, int n) {
+    const std::int64_t k = 3 * std::int64_t{n / 2};
+    const bool odd = (n & 1) != 0;
+    if (fat == nullptr || n < 0 || k + (odd ? 2 : 1) >= size) return -1;
+    return odd ? (fat[k + 2] << 4) | (fat[k + 1] >> 4) : ((fat[k + 1] & 0x0F) << 8) | fat[k];
+}
+
+// The 16-bit entry n as it stands, or -1 when its bytes lie outside the FAT.
+int Entry16(const unsigned char* fat, std::int64_t size, int n) {
+    const std::int64_t k = 2 * std::int64_t{n};
+    if (fat == nullptr || n < 0 || k + 1 >= size) return -1;
+    return fat::Get16(fat + k);
+}
+
+// The FAT32 layout keeps its FAT size at 36 only, and has no fixed root area or names itself.
+bool HasFat32Layout(const unsigned char* boot) {
+    if (fat::Get16(boot + fat::kBootSectorsPerFAT) != 0) return false;
+    return fat::Get16(boot + fat::kBootRootEntries) == 0 ||
+           std::memcmp(boot + fat::kBootFat32TypeText, fat::kFat32TypeText,
+                       fat::kBootTypeTextLength) == 0;
+}
+
 }  // namespace
 
 // ---- construction -------------------------------------------------------------------------------
@@ -77,6 +100,7 @@ TPVolumeFAT::TPVolumeFAT(TPSpeicher* medium, char driveLetter, int base) {
     bufferedAddress_ = base;
     if (Medium == nullptr || base < 0) {
         fat::Warn("FAT-Volume: kein Medium");
+        mountResult_ = MountResult::NoMedium;
         Valid = false;
         return;
     }
@@ -84,12 +108,17 @@ TPVolumeFAT::TPVolumeFAT(TPSpeicher* medium, char driveLetter, int base) {
         fat::Warn(
             "FAT-Volume: Blockgr\xF6\xDF"
             "e des Mediums ung\xFCltig");
+        mountResult_ = MountResult::BadBlockSize;
         Valid = false;
         return;
     }
     Medium->ReadBlock(sectorBuffer_, base);
-    if (!IsFATSector(sectorBuffer_)) return;
-    if (!Mount()) {
+    if (!IsFATSector(sectorBuffer_)) {
+        mountResult_ = MountResult::NoFileSystem;
+        return;
+    }
+    mountResult_ = Mount();
+    if (mountResult_ != MountResult::Mounted) {
         Valid = false;
         return;
     }
@@ -102,8 +131,9 @@ TPVolumeFAT::TPVolumeFAT(TPSpeicher* medium, char driveLetter, int base) {
     CreateList();
 }
 
-bool TPVolumeFAT::Mount() {
+TPVolumeFAT::MountResult TPVolumeFAT::Mount() {
     const unsigned char* b = sectorBuffer_;
+    standard_ = FATStandard;
     BytesPerSector = fat::Get16(b + fat::kBootBytesPerSector);
     SectorsPerCluster = b[fat::kBootSectorsPerCluster];
     ReservedSectors = fat::Get16(b + fat::kBootReservedSectors);
@@ -119,51 +149,23 @@ bool TPVolumeFAT::Mount() {
     HiddenSectors = fat::Get16(b + fat::kBootHiddenSectors);
 
     const std::string where = std::string("FAT-Volume ") + DriveLetter + ": ";
-    if (!IsPowerOfTwo(BytesPerSector) || BytesPerSector < 512 || BytesPerSector > kMaxSectorSize) {
-        fat::Warn(where + "Bytes pro Sektor ung\xFCltig (" + std::to_string(BytesPerSector) + ")");
-        return false;
-    }
-    if (SectorsPerCluster == 0 || NumberOfFATs == 0 || SectorsPerFAT == 0 || TotalSectors == 0) {
-        fat::Warn(where + "Bootsektor unvollst\xE4ndig");
-        return false;
-    }
-    const std::int64_t bps = BytesPerSector;
-    const std::int64_t rootSectors = (32 * std::int64_t{RootEntries} + bps - 1) / bps;
-    const std::int64_t firstDataSector =
-        std::int64_t{ReservedSectors} + std::int64_t{NumberOfFATs} * SectorsPerFAT + rootSectors;
-    const std::int64_t volumeEnd = std::int64_t{VolumeBase} + bps * TotalSectors;
-    if (volumeEnd > std::numeric_limits<std::int32_t>::max()) {
-        fat::Warn(where + "Adressen passen nicht in 32 Bit");
-        return false;
-    }
-    if (firstDataSector > TotalSectors) {
-        fat::Warn(where +
-                  "FAT gr\xF6\xDF"
-                  "er als das Volume");
-        return false;
-    }
-    const std::int64_t mediumSize = Medium->MediumSize();
-    const std::int64_t fatEnd =
-        std::int64_t{VolumeBase} + (std::int64_t{ReservedSectors} + SectorsPerFAT) * bps;
-    if (mediumSize >= 0 && fatEnd > mediumSize) {
-        fat::Warn(where +
-                  "FAT gr\xF6\xDF"
-                  "er als das Medium");
-        return false;
-    }
+    const MountResult geometry = CheckGeometry(b, where);
+    if (geometry != MountResult::Mounted) return geometry;
 
     ClusterCount = static_cast<std::int32_t>(TotalSectors / SectorsPerCluster);
-    const std::int64_t dataClusters = (TotalSectors - firstDataSector) / SectorsPerCluster;
     const std::uint8_t bySectors = TypeOfClusters(ClusterCount, FATType);
-    const std::uint8_t byData = TypeOfClusters(dataClusters, FATType);
-    FATType = FATTypeByDataClusters ? byData : bySectors;
+    const std::uint8_t byData = TypeOfClusters(dataClusters_, FATType);
+    typeByCount_ = TypeOfClusters(ClusterCount, 0);
+    FATType = standard_ || FATTypeByDataClusters ? byData : bySectors;
     const std::string text(reinterpret_cast<const char*>(b + fat::kBootTypeText), 5);
     const bool textNamesType = text == "FAT12" || text == "FAT16";
-    if (bySectors != byData || (textNamesType && text != TypeName(FATType))) {
+    // A standard volume is typed as FAT defines it; a disagreement is no news there.
+    if (!standard_ && (bySectors != byData || (textNamesType && text != TypeName(FATType)))) {
         fat::Warn(where + "FAT-Typ " + TypeName(FATType) + " (Cluster " +
-                  std::to_string(ClusterCount) + ", Datencluster " + std::to_string(dataClusters) +
+                  std::to_string(ClusterCount) + ", Datencluster " + std::to_string(dataClusters_) +
                   ", Bootsektor '" + (textNamesType ? text : std::string("-")) + "')");
     }
+    const std::int64_t bps = BytesPerSector;
 
     VolumeSize = static_cast<std::uint32_t>(bps * TotalSectors);
     FATAddress = static_cast<std::uint32_t>(VolumeBase + bps * ReservedSectors);
@@ -176,14 +178,62 @@ bool TPVolumeFAT::Mount() {
     const std::int64_t entries = FATType == fat::kType12 ? FATSize * 2 / 3
                                  : Is16BitType(FATType)  ? FATSize / 2
                                                          : 0;
-    dataLimit_ = static_cast<std::int32_t>(std::min<std::int64_t>(dataClusters + 2, entries));
+    dataLimit_ = static_cast<std::int32_t>(std::min<std::int64_t>(dataClusters_ + 2, entries));
 
     Medium->BlockSize = BytesPerSector;
     FATBuffer = new unsigned char[FATSize]();
     bitmapWords_ = (SectorsPerFAT + 31) >> 5;
     dirtyBitmap_.assign(static_cast<std::size_t>(bitmapWords_), 0u);
     fatSectorFlags_.assign(static_cast<std::size_t>(std::max(ClusterCount, 0)), 0);
-    return true;
+    return MountResult::Mounted;
+}
+
+TPVolumeFAT::MountResult TPVolumeFAT::CheckGeometry(const unsigned char* b,
+                                                    const std::string& where) {
+    if (!IsPowerOfTwo(BytesPerSector) || BytesPerSector < 512 || BytesPerSector > kMaxSectorSize) {
+        fat::Warn(where + "Bytes pro Sektor ung\xFCltig (" + std::to_string(BytesPerSector) + ")");
+        return MountResult::BadGeometry;
+    }
+    const auto refuseFat32 = [&where] {
+        fat::Warn(where + "FAT32 volumes are not supported");
+        return MountResult::FAT32;
+    };
+    if (HasFat32Layout(b)) return refuseFat32();
+    if (SectorsPerCluster == 0 || NumberOfFATs == 0 || SectorsPerFAT == 0 || TotalSectors == 0) {
+        fat::Warn(where + "Bootsektor unvollst\xE4ndig");
+        return MountResult::BadGeometry;
+    }
+    const std::int64_t bps = BytesPerSector;
+    const std::int64_t rootSectors = (32 * std::int64_t{RootEntries} + bps - 1) / bps;
+    const std::int64_t firstDataSector =
+        std::int64_t{ReservedSectors} + std::int64_t{NumberOfFATs} * SectorsPerFAT + rootSectors;
+    const std::int64_t volumeEnd = std::int64_t{VolumeBase} + bps * TotalSectors;
+    const std::int64_t mediumSize = Medium->MediumSize();
+    missingBytes_ = mediumSize >= 0 ? std::max<std::int64_t>(volumeEnd - mediumSize, 0) : 0;
+    if (firstDataSector <= TotalSectors) {
+        dataClusters_ = (TotalSectors - firstDataSector) / SectorsPerCluster;
+        typeByData_ = TypeOfClusters(dataClusters_, 0);
+        if (dataClusters_ >= fat::kClusters16Limit) return refuseFat32();
+    }
+    if (volumeEnd > std::numeric_limits<std::int32_t>::max()) {
+        fat::Warn(where + "Adressen passen nicht in 32 Bit");
+        return MountResult::OutOfRange;
+    }
+    if (firstDataSector > TotalSectors) {
+        fat::Warn(where +
+                  "FAT gr\xF6\xDF"
+                  "er als das Volume");
+        return MountResult::BadGeometry;
+    }
+    const std::int64_t fatEnd =
+        std::int64_t{VolumeBase} + (std::int64_t{ReservedSectors} + SectorsPerFAT) * bps;
+    if (mediumSize >= 0 && fatEnd > mediumSize) {
+        fat::Warn(where +
+                  "FAT gr\xF6\xDF"
+                  "er als das Medium");
+        return MountResult::FatBeyondMedium;
+    }
+    return MountResult::Mounted;
 }
 
 TPVolumeFAT::~TPVolumeFAT() {
@@ -197,17 +247,15 @@ TPVolumeFAT::~TPVolumeFAT() {
 
 int TPVolumeFAT::GetCluster(int n) {
     if (FATType == fat::kType12) {
-        const std::int64_t k = 3 * std::int64_t{n / 2};
-        if (FATBuffer == nullptr || n < 0 || k + 2 >= FATSize) return -1;
-        int value = (n & 1) == 0 ? ((FATBuffer[k + 1] & 0x0F) << 8) | FATBuffer[k]
-                                 : (FATBuffer[k + 2] << 4) | (FATBuffer[k + 1] >> 4);
-        if (value > fat::kFat12Max) value |= ~0xF;
-        return value;
+        const int value = Entry12(FATBuffer, FATSize, n);
+        if (value < 0) return -1;
+        if (standard_) return value >= fat::kFat12Bad ? value - fat::kFat12Values : value;
+        return value > fat::kFat12Max ? value | ~0xF : value;
     }
     if (Is16BitType(FATType)) {
-        const std::int64_t k = 2 * std::int64_t{n};
-        if (FATBuffer == nullptr || n < 0 || k + 1 >= FATSize) return 0xFFFF;
-        return fat::Get16(FATBuffer + k);
+        const int value = Entry16(FATBuffer, FATSize, n);
+        if (standard_) return value >= fat::kFat16Bad ? value - fat::kFat16Values : value;
+        return value < 0 ? 0xFFFF : value;
     }
     return -1;
 }
@@ -215,13 +263,23 @@ int TPVolumeFAT::GetCluster(int n) {
 void TPVolumeFAT::SetCluster(int n, int value) {
     const bool wide = Is16BitType(FATType);
     if (FATType != fat::kType12 && !wide) return;
-    const std::int64_t k = 3 * std::int64_t{n / 2};
-    if (FATBuffer == nullptr || n < 0 || k + 2 >= FATSize ||
-        (wide && std::int64_t{n} >= std::int64_t{FATSize}))
+    if (FATBuffer == nullptr || n < 0) return;
+    if (wide && standard_) {
+        const std::int64_t at = 2 * std::int64_t{n};
+        if (at + 1 >= FATSize) return;
+        fat::Put16(FATBuffer + at, static_cast<std::uint32_t>(value));
+        MarkDirty(at);  // an even offset: both bytes lie in one sector
+        if (value == 0) freeHint_ = std::max(fat::kFirstDataCluster, std::min(freeHint_, n));
         return;
+    }
+    const std::int64_t k = 3 * std::int64_t{n / 2};
+    const bool odd = (n & 1) != 0;
+    if (k + (odd ? 2 : 1) >= FATSize || (wide && std::int64_t{n} >= std::int64_t{FATSize})) {
+        return;
+    }
     if (wide) FATBuffer[n] = static_cast<unsigned char>(value);
     std::int64_t o;
-    if ((n & 1) != 0) {
+    if (odd) {
         FATBuffer[k + 2] = static_cast<unsigned char>(value >> 4);
         FATBuffer[k + 1] =
             static_cast<unsigned char>(((value << 4) & 0xF0) | (FATBuffer[k + 1] & 0x0F));
@@ -253,31 +311,45 @@ void TPVolumeFAT::MarkDirty(std::int64_t offset) {
 
 int TPVolumeFAT::GetFreeCluster(bool allocate) {
     if (FATBuffer == nullptr) return -1;
-    for (std::int32_t n = std::max<std::int32_t>(freeHint_, fat::kFirstDataCluster);
-         n < ClusterCount; ++n) {
+    // The package always searched up to total sectors / sectors per cluster, past the data area.
+    const std::int32_t end = standard_ ? dataLimit_ : ClusterCount;
+    for (std::int32_t n = std::max<std::int32_t>(freeHint_, fat::kFirstDataCluster); n < end; ++n) {
         if (GetCluster(n) == 0) {
             freeHint_ = n;
             if (allocate) SetCluster(n, -1);
             return n;
         }
     }
-    freeHint_ = std::max<std::int32_t>(ClusterCount, fat::kFirstDataCluster);
+    freeHint_ = std::max<std::int32_t>(end, fat::kFirstDataCluster);
     return -1;
 }
 
-int TPVolumeFAT::AllocateCluster() {
+int TPVolumeFAT::TakeDataCluster() {
     const int n = GetFreeCluster(false);
-    if (!IsDataCluster(n)) {
-        fat::WarnVolumeFull(DriveLetter);
-        return -1;
-    }
+    if (!IsDataCluster(n)) return -1;
     SetCluster(n, -1);
     return n;
 }
 
+int TPVolumeFAT::AllocateCluster() {
+    const int n = TakeDataCluster();
+    if (n < 0) fat::WarnVolumeFull(DriveLetter);
+    return n;
+}
+
 int TPVolumeFAT::ClusterAdresse(int& n) {
-    if (n == 0) n = GetFreeCluster(true);
+    // A new file's first cluster comes from the data area like every later one: a FAT entry
+    // behind it would be marked for a cluster that can hold nothing.
+    if (n == 0) n = TakeDataCluster();
     return static_cast<int>(ClusterBase + static_cast<std::uint32_t>(n) * ClusterSize);
+}
+
+int TPVolumeFAT::Follow(int c) {
+    // A free or reserved entry inside a chain ends it like an end mark (standard volumes read
+    // every end and bad mark negative). A cluster past the data area is left to the transfer
+    // guards, which report it.
+    const int next = GetCluster(c);
+    return next < fat::kFirstDataCluster ? -1 : next;
 }
 
 void TPVolumeFAT::ClearCluster(int n) {
@@ -312,7 +384,7 @@ void TPVolumeFAT::WriteClusterBuffer() {
         for (int j = 0; j < 32 && word != 0; ++j) {
             if ((word & (1u << j)) == 0) continue;
             const std::int64_t s = 32 * std::int64_t{w} + j;
-            const std::int64_t p = s << fat::kFatSectorShift;
+            const std::int64_t p = standard_ ? s * BytesPerSector : s << fat::kFatSectorShift;
             if (p + BytesPerSector <= FATSize) {
                 for (int c = 0; c < NumberOfFATs; ++c) {
                     Medium->WriteBlock(FATBuffer + p,

@@ -24,6 +24,14 @@ TN_EXPORT extern bool LogFAT;
 /// Off (default): the FAT type follows total sectors / sectors per cluster (below 4085: 12-bit,
 /// below 65525: 16-bit). On: it follows the number of data clusters, as FAT defines it.
 TN_EXPORT extern bool FATTypeByDataClusters;
+/// Off (default): volumes keep the package's historic FAT handling (12-bit values above 0xFF0
+/// read negative, 16-bit entries stored through the 12-bit packing, FAT sectors written back at
+/// s x 512, free clusters searched up to total sectors / sectors per cluster). On: a volume
+/// mounted now reads and writes its FAT as mtools, fsck.fat and operating systems do: typed by
+/// its data clusters, every data cluster a cluster, 16-bit entries as 16-bit words, FAT sectors
+/// at s x bytes per sector, free clusters only among the data clusters. The volume decides at
+/// its mount; changing the switch later does not change a mounted volume.
+TN_EXPORT extern bool FATStandard;
 
 using TPFileFoundHook = void (*)(TPDateiInfo* file);
 using TPUpdateEndeHook = void (*)();

@@ -34,6 +34,19 @@ class TPVerzeichnisInfo;
 
 class TN_EXPORT TPVolumeFAT {
   public:
+    /// How the constructor ended, so that a caller can explain a refusal without reading the
+    /// Warning texts.
+    enum class MountResult {
+        Mounted,          ///< the FAT is read and the tree listed
+        NoFileSystem,     ///< the sector at the base is no FAT boot sector (valid, inert volume)
+        NoMedium,         ///< no medium, or a negative base
+        BadBlockSize,     ///< the medium's block size lies outside 1 .. kMaxSectorSize
+        BadGeometry,      ///< bytes per sector, a zero field, or a FAT area larger than the volume
+        OutOfRange,       ///< the volume's addresses do not fit 32 bits
+        FatBeyondMedium,  ///< the first FAT ends past the medium's end
+        FAT32,            ///< a FAT32 volume, which the package cannot read
+    };
+
     // ---- from the boot sector -----------------------------------------------------------------
     std::uint16_t BytesPerSector = 0;
     std::uint8_t SectorsPerCluster = 0;
@@ -81,22 +94,28 @@ class TN_EXPORT TPVolumeFAT {
     /// Entry n. 12-bit: values above 0xFF0 come back negative (0xFFF is -1); 16-bit: the word
     /// zero-extended. Unknown type: -1. An entry outside the FAT buffer reads as end of chain
     /// (-1 for 12-bit, 0xFFFF for 16-bit).
+    /// Standard volumes: end marks (0xFF8-0xFFF, 0xFFF8-0xFFFF) read -8 .. -1 and the bad mark
+    /// (0xFF7, 0xFFF7) reads kBadCluster in both widths; every other value as it stands. An
+    /// entry outside the FAT buffer reads -1.
     int GetCluster(int n);
     /// Sets entry n and marks its FAT sector(s) dirty. 16-bit types store the low byte at byte
-    /// n and then go through the 12-bit packing as well. Entries outside the buffer: nothing.
+    /// n and then go through the 12-bit packing as well (standard volumes: the 16-bit word at
+    /// byte 2n). Entries outside the buffer: nothing.
     void SetCluster(int n, int value);
-    /// The lowest free cluster from 2 below ClusterCount (marked end of chain when `allocate`),
-    /// or -1. The search starts at a lowest-free hint that SetCluster and ReadClusterBuffer
-    /// keep; code that frees entries by writing FATBuffer directly calls ReadClusterBuffer or
-    /// SetCluster instead.
+    /// The lowest free cluster from 2 below ClusterCount (standard volumes: below
+    /// DataClusterLimit()), marked end of chain when `allocate`, or -1. The search starts at a
+    /// lowest-free hint that SetCluster and ReadClusterBuffer keep; code that frees entries by
+    /// writing FATBuffer directly calls ReadClusterBuffer or SetCluster instead.
     int GetFreeCluster(bool allocate);
-    /// ClusterBase + n x cluster size; n 0 first takes a free cluster into n.
+    /// ClusterBase + n x cluster size; n 0 first takes a free data cluster into n (-1 when the
+    /// data area is full).
     int ClusterAdresse(int& n);
     /// Writes zeros over cluster n (0: a new one, not handed back); WorkingAddress = its address.
     void ClearCluster(int n);
     /// Loads the first FAT from the medium.
     void ReadClusterBuffer();
-    /// Writes every dirty FAT sector to every FAT copy (sector s at s x 512 of the FAT).
+    /// Writes every dirty FAT sector to every FAT copy (sector s at s x 512 of the FAT; on
+    /// standard volumes at s x bytes per sector).
     void WriteClusterBuffer();
 
     // ---- sector buffer ------------------------------------------------------------------------
@@ -165,8 +184,13 @@ class TN_EXPORT TPVolumeFAT {
     // ---- for the write layer (not part of the on-media rules) ---------------------------------
     /// First cluster number past the data area (data clusters + 2).
     std::int32_t DataClusterLimit() const { return dataLimit_; }
-    /// Whether a FAT value ends a chain (12-bit: negative; 16-bit: 0xFFF8 and above).
-    bool IsChainEnd(int value) const { return value < 0 || value >= 0xFFF8; }
+    /// GetCluster's value of a bad cluster on a standard volume.
+    static constexpr int kBadCluster = -9;
+    /// Whether a FAT value as GetCluster gives it ends a chain (12-bit: negative; 16-bit:
+    /// 0xFFF8 and above; standard volumes: -8 .. -1).
+    bool IsChainEnd(int value) const {
+        return standard_ ? value < 0 && value > kBadCluster : value < 0 || value >= 0xFFF8;
+    }
     /// Whether cluster n lies inside the data area.
     bool IsDataCluster(std::int64_t n) const { return n >= 2 && n < dataLimit_; }
     /// Whether the `length` bytes at medium `address` lie in the data area of this volume.
@@ -188,6 +212,20 @@ class TN_EXPORT TPVolumeFAT {
     /// the address of the first, or 0 when the folder is full.
     std::int64_t FindEntrySlots(TPVerzeichnisInfo* dir, int slots);
 
+    // ---- how the mount went ---------------------------------------------------------------------
+    MountResult MountStatus() const { return mountResult_; }
+    /// Whether the volume was mounted with FATStandard on (see FatGlobals.h).
+    bool IsStandard() const { return standard_; }
+    /// Data clusters by the boot sector: (total sectors - first data sector) / sectors per
+    /// cluster; 0 when the geometry was refused before they were known.
+    std::int64_t DataClusters() const { return dataClusters_; }
+    /// The FAT type code the package's default rule gives (total sectors / sectors per cluster)
+    /// and the one the data clusters give, as FAT defines it; 0 for 65525 clusters and more.
+    std::uint8_t TypeByClusterCount() const { return typeByCount_; }
+    std::uint8_t TypeByDataClusters() const { return typeByData_; }
+    /// Bytes of the volume beyond the medium's end; 0 when it fits or the medium cannot tell.
+    std::int64_t MissingBytes() const { return missingBytes_; }
+
   private:
     unsigned char* sectorBuffer_ = nullptr;
     std::int64_t bufferedAddress_ = 0;
@@ -197,6 +235,12 @@ class TN_EXPORT TPVolumeFAT {
     std::int32_t dataLimit_ = 0;
     std::int32_t freeHint_ = 2;
     std::vector<bool> listed_;  // directory clusters already listed during a mount
+    bool standard_ = false;
+    MountResult mountResult_ = MountResult::Mounted;
+    std::int64_t dataClusters_ = 0;
+    std::int64_t missingBytes_ = 0;
+    std::uint8_t typeByCount_ = 0;
+    std::uint8_t typeByData_ = 0;
 
     // Receives each sector of a whole-file copy and the number of its bytes that belong to the
     // copy.
@@ -204,7 +248,12 @@ class TN_EXPORT TPVolumeFAT {
     // Walks a file's sectors for FileCopy (even length, at most 512 KiB); true when the last
     // piece was reached.
     bool CopySectors(TPDateiInfo* file, const SectorSink& sink);
-    bool Mount();
+    MountResult Mount();
+    MountResult CheckGeometry(const unsigned char* boot, const std::string& where);
+    // The first free data cluster marked end of chain, or -1.
+    int TakeDataCluster();
+    // The cluster after c in its chain, or -1 where the chain ends.
+    int Follow(int c);
     void ListDirectory(TPVerzeichnisInfo* dir);
     void MarkDirty(std::int64_t offset);
     bool ReadBuffered(std::int64_t address);
