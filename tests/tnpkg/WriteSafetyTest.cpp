@@ -247,6 +247,9 @@ TEST_F(WriteSafetyTest, AWarningThatDoesNotStopAWriteLeavesItsSuccess) {
     EXPECT_NE(put.output.find("while mounting"), std::string::npos) << put.output;
     EXPECT_EQ(ReadFile(image, "/x.txt"), "x");
     EXPECT_EQ(RunWith("", "fat mkdir " + Q(image) + " /NEU").status, 0);
+    const auto ls = RunWith("", "fat ls " + Q(image));  // a reader shows the note as well
+    EXPECT_EQ(ls.status, 0) << ls.output;
+    EXPECT_NE(ls.output.find("tnpkg fat: while mounting"), std::string::npos) << ls.output;
     EXPECT_EQ(FsckProblems(image), "");
 }
 

@@ -66,6 +66,10 @@ int Run(int argc, char** argv) {
     if (!tnpkg::ParseArgs(command->grammar, words, args, problem)) {
         return tnpkg::UsageError(command->name, problem);
     }
+    // The tool reads and writes FAT volumes as the format defines them, as mtools, fsck.fat and
+    // operating systems do; the library's compatible default keeps the original's quirks for
+    // the host programs that rely on them.
+    tn::FATStandard = true;
     // Warnings no command caught for itself are shown; they fail nothing by themselves.
     const tnpkg::WarningCapture shown("tnpkg " + std::string(command->name));
     return command->run(args);

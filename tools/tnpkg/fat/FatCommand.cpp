@@ -43,25 +43,19 @@ const char* const kUsageText =
     "Writing changes IMAGE in place only when everything read back as written, behind a\n"
     "journal (IMAGE.tnpkg-journal) that undoes an interrupted write at the next tnpkg command.\n"
     "put, mkdir and format take --no-journal for an image in a read-only folder: a crash\n"
-    "during the write can then leave IMAGE half-written. Only FAT12 volumes with 512-byte\n"
-    "sectors can be written; FAT16 and other sector sizes are read only.\n";
+    "during the write can then leave IMAGE half-written.\n"
+    "FAT12 and FAT16 volumes with 512- to 4096-byte sectors are read and written as the FAT\n"
+    "format defines them (as mtools, fsck.fat and operating systems do); FAT32 is refused.\n";
 
 const char* TypeName(int bits) {
     return bits == 12 ? "FAT12" : bits == 16 ? "FAT16" : "none";
 }
 
 std::string WriteRefusal(MountedImage& m) {
-    if (m.FatBits() != 12) {
-        return "tnpkg writes FAT12 volumes only; this one is " +
-               std::string(TypeName(m.FatBits())) +
-               " (the package stores 16-bit FAT entries through the 12-bit packing, which would "
-               "damage it)";
-    }
-    if (m.Volume().BytesPerSector != 512) {
-        return "tnpkg writes volumes with 512-byte sectors only; this one has " +
-               std::to_string(m.Volume().BytesPerSector) +
-               " (the package writes the FAT back in 512-byte steps)";
-    }
+    // The compatible mode writes 16-bit entries through the 12-bit packing and the FAT in
+    // 512-byte steps, which damages FAT16 volumes and larger sectors; the tool never mounts
+    // in it, and this guard keeps it that way.
+    if (!m.Volume().IsStandard()) return "the volume was not mounted in the standard FAT mode";
     return {};
 }
 

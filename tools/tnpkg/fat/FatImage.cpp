@@ -168,9 +168,6 @@ bool LocateVolume(const fs::path& image, const VolumeChoice& choice, VolumeLocat
 MountedImage::MountedImage(std::shared_ptr<store::ImageSession> session,
                            const VolumeLocation& where, bool writable)
     : where_(where), session_(std::move(session)) {
-    // A FAT's type is defined by its data clusters; the package's compatible default counts
-    // the whole volume, which mistypes volumes just below 4085 clusters.
-    tn::FATTypeByDataClusters = true;
     medium_ = std::make_unique<store::OverlayMedium>(session_->Changes(), where.base, writable);
     {
         // What the package says while it mounts is kept for the caller to show: about a
@@ -181,7 +178,10 @@ MountedImage::MountedImage(std::shared_ptr<store::ImageSession> session,
         notices_ = mounting.Texts();
     }
 
-    if (!volume_->Valid || volume_->FATBuffer == nullptr || volume_->Root == nullptr) {
+    if (volume_->MountStatus() == tn::TPVolumeFAT::MountResult::FAT32) {
+        problem_ = "the volume at " + where.Describe() + " of " + session_->Name() +
+                   " is FAT32; FAT32 volumes are not supported";
+    } else if (!volume_->Valid || volume_->FATBuffer == nullptr || volume_->Root == nullptr) {
         problem_ = "the FAT volume at " + where.Describe() + " of " + session_->Name() +
                    " has a boot sector that cannot be used";
     }
