@@ -98,42 +98,54 @@ bool WriteJournal(const fs::path& path, const JournalContent& content, std::stri
     return true;
 }
 
+JournalState ParseJournal(const unsigned char* bytes, std::size_t length, JournalContent& content) {
+    if (bytes == nullptr || length < kHeaderSize + kTrailerSize ||
+        std::memcmp(bytes + kMagicAt, kMagic, sizeof kMagic) != 0 ||
+        Get32(bytes + kVersionAt) != kVersion || Get32(bytes + kPageSizeAt) != kPageSize) {
+        return JournalState::Incomplete;
+    }
+    // The count is checked against the real length before anything is allocated.
+    const std::uint64_t count = Get32(bytes + kCountAt);
+    const std::uint64_t expected = kHeaderSize + count * (kEntrySize + kPageSize) + kTrailerSize;
+    if (static_cast<std::uint64_t>(length) != expected) return JournalState::Incomplete;
+    const std::size_t checked = length - kTrailerSize;
+    if (Crc32(0, bytes, checked) != Get32(bytes + checked)) return JournalState::Incomplete;
+
+    content.oldLength = static_cast<std::int64_t>(Get64(bytes + kOldLengthAt));
+    content.newLength = static_cast<std::int64_t>(Get64(bytes + kNewLengthAt));
+    content.createdImage = (Get32(bytes + kFlagsAt) & kCreatedImage) != 0;
+    content.pages.resize(count);
+    const unsigned char* list = bytes + kHeaderSize;
+    for (std::size_t i = 0; i < count; ++i)
+        content.pages[i] = static_cast<std::int64_t>(Get64(list + i * kEntrySize));
+    const unsigned char* pages = list + count * kEntrySize;
+    content.oldBytes.assign(pages, pages + count * kPageSize);
+    if (content.oldLength < 0) return JournalState::Incomplete;
+    // Every page lies inside the old image, in ascending order, each once.
+    std::int64_t previous = -1;
+    for (const auto offset : content.pages) {
+        if (offset <= previous || offset >= content.oldLength) return JournalState::Incomplete;
+        previous = offset;
+    }
+    return JournalState::Complete;
+}
+
 JournalState ReadJournal(os::File& file, JournalContent& content) {
     const std::int64_t length = file.Size();
     unsigned char head[kHeaderSize] = {};
     if (length < static_cast<std::int64_t>(kHeaderSize + kTrailerSize) ||
-        file.ReadAt(0, head, sizeof head) != static_cast<std::int64_t>(sizeof head) ||
-        std::memcmp(head + kMagicAt, kMagic, sizeof kMagic) != 0 ||
-        Get32(head + kVersionAt) != kVersion || Get32(head + kPageSizeAt) != kPageSize) {
+        file.ReadAt(0, head, sizeof head) != static_cast<std::int64_t>(sizeof head)) {
         return JournalState::Incomplete;
     }
-    // The count is checked against the file's real length before anything is allocated.
+    // Only a journal whose length matches its own count is read whole.
     const std::uint64_t count = Get32(head + kCountAt);
     const std::uint64_t expected = kHeaderSize + count * (kEntrySize + kPageSize) + kTrailerSize;
     if (static_cast<std::uint64_t>(length) != expected) return JournalState::Incomplete;
-
-    std::vector<unsigned char> body(static_cast<std::size_t>(length) - kHeaderSize);
-    if (file.ReadAt(kHeaderSize, body.data(), body.size()) !=
-        static_cast<std::int64_t>(body.size())) {
+    std::vector<unsigned char> bytes(static_cast<std::size_t>(length));
+    if (file.ReadAt(0, bytes.data(), bytes.size()) != static_cast<std::int64_t>(bytes.size())) {
         return JournalState::Incomplete;
     }
-    std::uint32_t crc = Crc32(0, head, sizeof head);
-    crc = Crc32(crc, body.data(), body.size() - kTrailerSize);
-    if (crc != Get32(body.data() + body.size() - kTrailerSize)) return JournalState::Incomplete;
-
-    content.oldLength = static_cast<std::int64_t>(Get64(head + kOldLengthAt));
-    content.newLength = static_cast<std::int64_t>(Get64(head + kNewLengthAt));
-    content.createdImage = (Get32(head + kFlagsAt) & kCreatedImage) != 0;
-    content.pages.resize(count);
-    for (std::size_t i = 0; i < count; ++i)
-        content.pages[i] = static_cast<std::int64_t>(Get64(body.data() + i * kEntrySize));
-    const auto pagesAt = body.begin() + static_cast<std::ptrdiff_t>(count * kEntrySize);
-    content.oldBytes.assign(pagesAt, pagesAt + static_cast<std::ptrdiff_t>(count * kPageSize));
-    if (content.oldLength < 0) return JournalState::Incomplete;
-    for (const auto offset : content.pages) {
-        if (offset < 0 || offset >= content.oldLength) return JournalState::Incomplete;
-    }
-    return JournalState::Complete;
+    return ParseJournal(bytes.data(), bytes.size(), content);
 }
 
 bool PlayBack(os::File& image, const JournalContent& c) {

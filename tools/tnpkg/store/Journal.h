@@ -64,6 +64,9 @@ enum class JournalState {
 
 /// Reads a journal; Incomplete when its length or checksum is not right.
 JournalState ReadJournal(os::File& journal, JournalContent& content);
+/// The same from the journal's bytes: Complete only when the length, the checksum and every
+/// page (ascending, inside the old length) are right.
+JournalState ParseJournal(const unsigned char* bytes, std::size_t length, JournalContent& content);
 
 /// Puts the old bytes back into `image` and gives it its old length; forces it to the disk.
 bool PlayBack(os::File& image, const JournalContent& content);

@@ -3,7 +3,6 @@
 #include <cstdlib>
 #include <optional>
 
-#include "cli/Command.h"
 #include "os/OsFile.h"
 
 namespace tnpkg::store {
@@ -11,8 +10,10 @@ namespace {
 
 std::optional<long long> Setting(const char* variable) {
     const char* text = std::getenv(variable);
-    long long value = 0;
-    if (text == nullptr || !ParseInteger(text, value)) return std::nullopt;
+    if (text == nullptr || *text == '\0') return std::nullopt;
+    char* end = nullptr;
+    const long long value = std::strtoll(text, &end, 10);
+    if (*end != '\0') return std::nullopt;
     return value;
 }
 
