@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <fstream>
+#include <random>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -296,6 +297,30 @@ TEST(FatCheck, VolumesTnpkgWroteAreClean) {
         EXPECT_FALSE(FsckFindsProblems(image));
         const auto r = Check(image);
         EXPECT_EQ(r.status, 0) << r.output;
+    }
+}
+
+TEST(FatCheck, EndsWithAVerdictOnRandomDamage) {
+    TN_REQUIRE_SHELL();
+    TN_REQUIRE_FAT_TOOLS();
+    const fs::path dir = tn::test::ScratchFolder();
+    const fs::path base = MakeBase(dir, "base.img", 1024, "-F 12 -S 512 -s 1", 512);
+    const auto pristine = tn::test::LoadBytes(base);
+    const fs::path damaged = dir / "damaged.img";
+    std::mt19937 random(20);
+    // The FAT, the root and the first folders and files lie in the first 32 KiB.
+    std::uniform_int_distribution<std::size_t> where(512, 32 * 1024 - 1);
+    std::uniform_int_distribution<int> value(0, 255);
+    for (int round = 0; round < 30; ++round) {
+        auto bytes = pristine;
+        for (int i = 0; i < 40; ++i)
+            bytes[where(random)] = static_cast<unsigned char>(value(random));
+        std::ofstream(damaged, std::ios::binary | std::ios::trunc)
+            .write(reinterpret_cast<const char*>(bytes.data()),
+                   static_cast<std::streamsize>(bytes.size()));
+        const auto r = Check(damaged, "--json");
+        ASSERT_TRUE(r.status == 0 || r.status == 1) << "round " << round << ": " << r.output;
+        EXPECT_NE(r.output.find("\"clean\":"), std::string::npos) << r.output;
     }
 }
 
