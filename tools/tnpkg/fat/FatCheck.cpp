@@ -1,8 +1,8 @@
 #include "fat/FatCheck.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
-#include <map>
 #include <set>
 #include <utility>
 
@@ -487,9 +487,10 @@ class Checker {
             Report("lost-chain", "",
                    std::to_string(length) + " cluster" + (length == 1 ? "" : "s") +
                        " from cluster " + std::to_string(head) + " (" +
-                       std::to_string(length * v_.ClusterSize) +
-                       " bytes) belong to no file or folder: that space is lost until the "
-                       "volume is repaired, and whatever they hold is not in any file");
+                       std::to_string(length * v_.ClusterSize) + " bytes) " +
+                       (length == 1 ? "belongs" : "belong") +
+                       " to no file or folder: that space is lost until the "
+                       "volume is repaired, and what is stored there is not in any file");
         };
         for (std::size_t c = 2; c < n; ++c)
             if (lost[c] && !pointed[c] && !seen[c]) walk(c);
