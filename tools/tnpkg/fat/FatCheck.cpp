@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cstdint>
+#include <map>
 #include <set>
 #include <utility>
 
@@ -418,14 +419,23 @@ class Checker {
         return rest;
     }
 
+    // Two entries that one name reaches, by 8.3 name or long name, without regard to case:
+    // programs find only the first.
     void CheckDuplicates(const std::vector<Entry>& entries, const std::string& folder) {
-        std::set<std::string> shortNames;
-        for (const Entry& e : entries) {
-            const std::string key(e.raw.begin(), e.raw.begin() + kNameLength);
-            if (shortNames.insert(key).second) continue;
-            const std::string path = Join(folder, ShortText(e.raw.data()));
-            Report("duplicate-name", path,
-                   path + " appears twice in its folder: programs reach only one of the two");
+        std::map<std::string, std::size_t> owners;
+        for (std::size_t i = 0; i < entries.size(); ++i) {
+            const std::string shortName = ShortText(entries[i].raw.data());
+            bool reported = false;
+            for (const std::string& name : {entries[i].name, shortName}) {
+                const auto [at, fresh] = owners.emplace(UpperAscii(name), i);
+                if (fresh || at->second == i || reported) continue;
+                reported = true;
+                const std::string path = Join(folder, entries[i].name);
+                Report("duplicate-name", path,
+                       path +
+                           " has the name of another entry in its folder: programs reach "
+                           "only one of the two");
+            }
         }
     }
 
