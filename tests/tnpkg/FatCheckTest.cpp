@@ -208,6 +208,7 @@ const Volume kVolumes[] = {
     {"fat12.img", 1024, "-F 12 -S 512 -s 4", 2048},
     {"fat16.img", 4200, "-F 16 -S 512 -s 1", 512},
     {"fat16k.img", 8400, "-F 16 -S 1024 -s 1", 1024},
+    {"fat12-2k.img", 4096, "-F 12 -S 2048 -s 1", 2048},
 };
 
 tn::test::ToolResult Check(const fs::path& image, const std::string& options = "") {
