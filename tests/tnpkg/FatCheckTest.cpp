@@ -301,6 +301,30 @@ TEST(FatCheck, VolumesTnpkgWroteAreClean) {
     }
 }
 
+// The last data cluster's FAT entry lies at the end of what check reads of each FAT copy.
+TEST(FatCheck, FullVolumesAreClean) {
+    TN_REQUIRE_SHELL();
+    TN_REQUIRE_FAT_TOOLS();
+    const fs::path dir = tn::test::ScratchFolder();
+    const struct {
+        int kib;
+        const char* options;
+        std::size_t clusters;  // data clusters mkfs.fat makes there
+    } volumes[] = {{1024, "-F 12 -s 1", 2003}, {4200, "-F 16 -s 1", 8285}};
+    for (const auto& v : volumes) {
+        SCOPED_TRACE(v.options);
+        const fs::path image = dir / "full.img";
+        ASSERT_TRUE(tn::test::MakeFatImage(image, v.kib, v.options));
+        ASSERT_TRUE(tn::test::PutFile(image, "/FULL.BIN", tn::test::Pattern(v.clusters * 512, 9)));
+        ASSERT_FALSE(FsckFindsProblems(image));
+        ASSERT_NE(tn::test::RunCommand("fsck.fat -n " + Shell(image.string()))
+                      .output.find(std::to_string(v.clusters) + "/" + std::to_string(v.clusters)),
+                  std::string::npos);
+        const auto r = Check(image);
+        EXPECT_EQ(r.status, 0) << r.output;
+    }
+}
+
 TEST(FatCheck, EndsWithAVerdictOnRandomDamage) {
     TN_REQUIRE_SHELL();
     TN_REQUIRE_FAT_TOOLS();

@@ -205,7 +205,7 @@ class Checker {
                 continue;
             }
             const std::size_t k = 3 * (n / 2);
-            if (k + 2 >= f.size()) continue;
+            if (k + 1 + n % 2 >= f.size()) continue;
             values[n] = n % 2 == 0
                             ? (f[k] | ((f[k + 1] & 0x0Fu) << 8))
                             : ((f[k + 1] >> 4) | (static_cast<std::uint32_t>(f[k + 2]) << 4));
@@ -214,9 +214,13 @@ class Checker {
     }
 
     void ReadFats() {
+        // Only the entries of data clusters count (as for fsck.fat), and reading no more keeps
+        // a FAT size field that claims far more than the volume has from costing memory.
+        const std::int64_t used = (static_cast<std::int64_t>(owner_.size()) * bits_ + 7) / 8;
+        const std::int64_t length = std::min<std::int64_t>(v_.FATSize, used);
         for (int copy = 0; copy < v_.NumberOfFATs; ++copy) {
-            const auto values = Decode(ReadBytes(
-                std::int64_t{v_.FATAddress} + std::int64_t{copy} * v_.FATSize, v_.FATSize));
+            const auto values = Decode(
+                ReadBytes(std::int64_t{v_.FATAddress} + std::int64_t{copy} * v_.FATSize, length));
             if (copy == 0) {
                 fat_ = values;
                 continue;
