@@ -3,6 +3,7 @@
 #   - extracting every file of a full 4 MiB FAT12 image and of a 64 MiB FAT16 image with
 #     10,000 files in nested folders (tnpkg fat get --to vs mcopy -s),
 #   - listing them (tnpkg fat ls -R vs mdir -/),
+#   - checking the FAT16 one (tnpkg fat check vs fsck.fat -n),
 #   - writing a folder of 500 small files (tnpkg fat put vs mcopy -s),
 #   - writing one file of 1,000 and one of 4,000 clusters (their time ratio should stay below 5),
 #   - putting one 1 KiB file into a 1 MiB FAT12 image and into a 1 GiB sparse FAT16 image: a
@@ -81,6 +82,10 @@ for image in full12 big16; do
   m=$(best ":" mdir -/ -i "$WORK/$image.img" ::/)
   row "list all of $image (ls -R / mdir -/)" "$t" "$m"
 done
+# Both only read the image; `best` ignores their exit status.
+t=$(best ":" "$TNPKG" fat check "$WORK/big16.img")
+m=$(best ":" fsck.fat -n "$WORK/big16.img")
+row "check big16 (check / fsck.fat -n)" "$t" "$m"
 
 t=$(best "mkfs.fat -C -F 12 '$WORK/put.img' 4096 >/dev/null 2>&1 || { rm -f '$WORK/put.img'; mkfs.fat -C -F 12 '$WORK/put.img' 4096 >/dev/null; }" \
     "$TNPKG" fat put "$WORK/put.img" "$WORK/small500" --quiet)

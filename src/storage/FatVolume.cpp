@@ -514,6 +514,17 @@ bool TPVolumeFAT::DirListing(TPVerzeichnisInfo* dir) {
     return true;
 }
 
+bool TPVolumeFAT::IsSkippedDotEntry(const unsigned char* entry) const {
+    if (entry[0] != '.') return false;
+    if (!standard_) return true;
+    static constexpr char kDot[] = ".          ";
+    static constexpr char kDotDot[] = "..         ";
+    static_assert(sizeof(kDot) - 1 == fat::kEntryNameLength);
+    static_assert(sizeof(kDotDot) - 1 == fat::kEntryNameLength);
+    return std::memcmp(entry, kDot, fat::kEntryNameLength) == 0 ||
+           std::memcmp(entry, kDotDot, fat::kEntryNameLength) == 0;
+}
+
 void TPVolumeFAT::ListDirectory(TPVerzeichnisInfo* dir) {
     if (dir->Depth > kMaxDepth) {
         fat::Warn("FAT: Verzeichnisse zu tief verschachtelt (" +
@@ -568,7 +579,7 @@ void TPVolumeFAT::ListDirectory(TPVerzeichnisInfo* dir) {
                 lfn.Piece(e);
                 continue;
             }
-            if (e[0] == '.') {
+            if (IsSkippedDotEntry(e)) {
                 lfn.Reset();
                 continue;
             }

@@ -255,6 +255,10 @@ class TN_EXPORT TPVolumeFAT {
     // The cluster after c in its chain, or -1 where the chain ends.
     int Follow(int c);
     void ListDirectory(TPVerzeichnisInfo* dir);
+    // Whether a listing passes over this short entry: the package passes over every name that
+    // begins with '.'; standard volumes only over the "." and ".." entries of a folder, since
+    // other programs store files such as ".PROFILE" under such names.
+    bool IsSkippedDotEntry(const unsigned char* entry) const;
     void MarkDirty(std::int64_t offset);
     bool ReadBuffered(std::int64_t address);
     bool StoreFileSector(TPFile* f, std::int64_t address, const char* data, int n);

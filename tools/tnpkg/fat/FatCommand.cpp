@@ -22,6 +22,7 @@ const char* const kUsageText =
     "       tnpkg fat put IMAGE FILE... [--to PATH] [--quiet] [--no-journal]\n"
     "       tnpkg fat mkdir IMAGE PATH [--no-journal]\n"
     "       tnpkg fat format IMAGE --size BYTES [--label NAME] [--force] [--no-journal]\n"
+    "       tnpkg fat check IMAGE [--json]\n"
     "\n"
     "IMAGE is a memory image (.DAT) or a memory-card image. A card with a partition table is\n"
     "read at its first FAT partition; --partition N (1-4) picks another, --offset BYTES puts\n"
@@ -36,10 +37,20 @@ const char* const kUsageText =
     "  cat     writes one file to standard output\n"
     "  put     copies files and folders (with everything in them) into folder PATH of the\n"
     "          volume (default: the root; created when missing). Names FAT cannot hold are\n"
-    "          changed and reported; an existing file is not overwritten\n"
+    "          changed and reported; an existing file is not overwritten. A name that is\n"
+    "          not an upper-case 8.3 name also gets an 8.3 form (its first characters, ~1,\n"
+    "          ~2, ..., its extension): an instrument that reads only 8.3 names sees that\n"
+    "          form\n"
     "  mkdir   creates a folder and any missing parents\n"
     "  format  a new image file of BYTES bytes (K and M suffixes allowed) holding an empty\n"
     "          FAT12 or FAT16 volume laid out as mkfs.fat lays it out\n"
+    "  check   reads the volume's structures (boot sector, every FAT copy, every folder) and\n"
+    "          reports each problem with the file it affects: cross-linked, broken, circular\n"
+    "          or lost cluster chains, sizes that do not fit their chains, FAT copies that\n"
+    "          differ, bad \".\" and \"..\" entries, duplicate names, long names that do not\n"
+    "          belong to their entry, an image shorter than its volume, a leftover journal.\n"
+    "          It changes nothing (a leftover journal is played back, as by every command).\n"
+    "          Exit status 0 when the volume is clean, 1 when anything was found\n"
     "Writing changes IMAGE in place only when everything read back as written, behind a\n"
     "journal (IMAGE.tnpkg-journal) that undoes an interrupted write at the next tnpkg command.\n"
     "put, mkdir and format take --no-journal for an image in a read-only folder: a crash\n"
@@ -237,6 +248,7 @@ int RunFat(const Args& args) {
     if (r.action == "put") return FatPut(r);
     if (r.action == "mkdir") return FatMkdir(r);
     if (r.action == "format") return FatFormat(r);
+    if (r.action == "check") return FatCheck(r);
     return FatUsage("unknown action '" + r.action + "'");
 }
 
@@ -267,7 +279,8 @@ const CommandRegistration reg(
        "IMAGE",
        1,
        1,
-       {{"--size", Takes::Value}, {"--label", Takes::Value}, {"--force"}, kNoJournal}}},
+       {{"--size", Takes::Value}, {"--label", Takes::Value}, {"--force"}, kNoJournal}},
+      {"check", "IMAGE", 1, 1, {{"--json"}, kOffset, kPartition}}},
      RunFat});
 
 }  // namespace

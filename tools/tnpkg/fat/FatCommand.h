@@ -24,6 +24,7 @@ int FatCat(FatRequest& r);
 int FatPut(FatRequest& r);
 int FatMkdir(FatRequest& r);
 int FatFormat(FatRequest& r);
+int FatCheck(FatRequest& r);
 
 /// Mounts the volume the request names (read-only unless `options` say otherwise), printing
 /// what the package noted while mounting; null after reporting why it cannot.

@@ -240,19 +240,25 @@ std::string FoldCase(const std::string& text) {
 }
 
 std::string UniqueNames::Claim(const std::string& name) {
-    if (taken_.insert(UpperAscii(name)).second) return name;
+    if (taken_.insert(FoldCase(name)).second) return name;
+    // The number goes before the extension, and inside the 255 characters a long name holds:
+    // a name cut there after the number would no longer be the one handed out.
+    constexpr std::size_t kMaxLongName = 255;
+    constexpr std::size_t kLongestNumber = 12;  // "~" and any int
     const std::size_t dot = name.rfind('.');
-    const bool hasExtension = dot != std::string::npos && dot > 0;
+    const bool hasExtension =
+        dot != std::string::npos && dot > 0 && name.size() - dot + kLongestNumber < kMaxLongName;
     const std::string stem = hasExtension ? name.substr(0, dot) : name;
     const std::string extension = hasExtension ? name.substr(dot) : std::string();
     for (int n = 2;; ++n) {
-        const std::string candidate = stem + "~" + std::to_string(n) + extension;
-        if (taken_.insert(UpperAscii(candidate)).second) return candidate;
+        const std::string tail = "~" + std::to_string(n) + extension;
+        const std::string candidate = stem.substr(0, kMaxLongName - tail.size()) + tail;
+        if (taken_.insert(FoldCase(candidate)).second) return candidate;
     }
 }
 
 void UniqueNames::Reserve(const std::string& name) {
-    taken_.insert(UpperAscii(name));
+    taken_.insert(FoldCase(name));
 }
 
 }  // namespace tnpkg

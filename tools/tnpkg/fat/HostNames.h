@@ -25,8 +25,9 @@ std::string HostComponent(const std::string& fatName, bool& changed);
 /// 255 characters). Sets `changed` when it had to differ.
 std::string FatLongName(const std::string& hostName, bool& changed);
 
-/// Keeps names unique within one folder, without regard to case: a name that was handed out
-/// already gets "~2", "~3", ... before its extension.
+/// Keeps names unique within one folder, without regard to case (Windows-1252 letters too, as
+/// FoldCase folds them): a name that was handed out already gets "~2", "~3", ... before its
+/// extension, the name cut so that the result stays within 255 characters.
 class UniqueNames {
   public:
     /// `name` itself, or a variant that is still free; records what it returns.
