@@ -30,11 +30,7 @@ std::optional<fs::file_time_type> HostTime(std::uint32_t v) {
     if (t.tm_mon < 0 || t.tm_mon > 11 || t.tm_mday == 0) return std::nullopt;
     const std::time_t when = std::mktime(&t);
     if (when == static_cast<std::time_t>(-1)) return std::nullopt;
-    // The file clock's epoch is the library's own: step over from the system clock's now.
-    const auto offset =
-        std::chrono::system_clock::from_time_t(when) - std::chrono::system_clock::now();
-    return fs::file_time_type::clock::now() +
-           std::chrono::duration_cast<fs::file_time_type::duration>(offset);
+    return fs::file_time_type::clock::from_sys(std::chrono::system_clock::from_time_t(when));
 }
 
 struct ExtractOptions {

@@ -11,7 +11,14 @@ namespace {
 constexpr std::uint32_t kSector = 512;
 constexpr std::uint32_t kFats = 2;
 constexpr std::uint32_t kRootEntries = 512;
-constexpr std::uint32_t kRootSectors = kRootEntries * 32 / kSector;
+constexpr std::uint32_t kEntryBytes = 32;
+constexpr std::uint32_t kRootSectors = kRootEntries * kEntryBytes / kSector;
+
+// Root sectors of the layout: mkfs.fat rounds an aligned root up to whole clusters, which
+// only shows with clusters larger than the 512 entries' 16 KiB.
+std::uint32_t RootSectors(std::uint32_t spc, bool align) {
+    return align ? std::max(kRootSectors, spc) : kRootSectors;
+}
 constexpr std::uint32_t kMaxClusters12 = 4084;
 constexpr std::uint32_t kMaxClusters16 = 65524;
 constexpr std::uint8_t kMedia = 0xF8;
@@ -115,8 +122,10 @@ std::optional<FatGeometry> ChooseFatGeometry(std::uint64_t bytes, const FormatCh
     for (std::uint32_t spc = fromSpc; spc <= toSpc; spc *= 2) {
         const std::uint32_t reserved = align ? spc : 1;
         const auto alignUp = [&](std::uint32_t n) { return align ? CeilDiv(n, spc) * spc : n; };
-        if (g.totalSectors <= reserved + kRootSectors) break;
-        const std::uint64_t data = g.totalSectors - reserved - kRootSectors;
+        const std::uint32_t rootSectors = RootSectors(spc, align);
+        if (g.totalSectors <= reserved + rootSectors) break;
+        const std::uint64_t data = g.totalSectors - reserved - rootSectors;
+        g.rootEntries = static_cast<std::uint16_t>(rootSectors * kSector / kEntryBytes);
         const std::uint64_t clusterBytes = std::uint64_t{spc} * kSector;
         // The same estimate and correction as mkfs.fat: guess the cluster count, size the FATs
         // for it, then count what really remains beside them.
@@ -155,7 +164,8 @@ std::optional<FatGeometry> ChooseFatGeometry(std::uint64_t bytes, const FormatCh
 
 std::vector<unsigned char> FatSystemArea(const FatGeometry& g, const std::string& label,
                                          std::uint32_t serial, std::uint32_t fatDateTime) {
-    const std::uint32_t sectors = g.reservedSectors + kFats * g.sectorsPerFat + kRootSectors;
+    const std::uint32_t sectors =
+        g.reservedSectors + kFats * g.sectorsPerFat + g.rootEntries * kEntryBytes / kSector;
     std::vector<unsigned char> area(static_cast<std::size_t>(sectors) * kSector, 0);
     unsigned char* b = area.data();
     // Boot sector: a short jump over the parameter block to a stub that hands the boot on.
