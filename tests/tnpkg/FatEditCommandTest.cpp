@@ -247,6 +247,17 @@ TEST_F(FatEditCommandTest, LabelIsSetShownAndClearedAsMlabelReadsIt) {
         EXPECT_EQ(tn::test::RunTool("fat label " + img).output, "(none)\n");
         EXPECT_EQ(tn::test::FsckProblems(image), "");
     }
+    // mlabel gives a mixed-case label a long-name piece; a new label takes it away with the
+    // old name (the root of a 1440 KiB mkfs.fat volume starts at sector 19).
+    const fs::path image = dir_ / "mixed.img";
+    ASSERT_TRUE(tn::test::MakeFatImage(image, 1440, "-F 12"));
+    ASSERT_EQ(Mtools("mlabel -i " + Q(image) + " '::My Card'").status, 0);
+    constexpr std::size_t kRoot = 19 * 512;
+    ASSERT_EQ(static_cast<unsigned char>(Bytes(image)[kRoot + 11]), 0x0F);
+    ASSERT_EQ(Fat("label " + Q(image) + " NEW").status, 0);
+    EXPECT_EQ(static_cast<unsigned char>(Bytes(image)[kRoot]), 0xE5);
+    EXPECT_EQ(Bytes(image).substr(kRoot + 32, 12), "NEW        \x08");
+    EXPECT_EQ(Mtools("mlabel -s -i " + Q(image) + " ::").output, " Volume label is NEW        \n");
 }
 
 TEST_F(FatEditCommandTest, FormatTakesTheTypeAndClusterSizeFatCanHold) {

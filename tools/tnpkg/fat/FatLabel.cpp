@@ -54,16 +54,18 @@ void Put16(unsigned char* p, std::uint32_t v) {
 bool WriteLabelEntry(MountedImage& w, const std::string& padded, bool clear) {
     tn::TPVolumeFAT& v = w.Volume();
     tn::TPDirEintrag* existing = LabelEntry(w);
-    if (clear) {
-        if (existing != nullptr)
-            MarkDeleted(v, {static_cast<std::uint32_t>(existing->EntryAddress)});
-        return true;
-    }
     if (existing != nullptr) {
+        // mlabel gives a mixed-case label long-name pieces; they go with the old name.
+        std::vector<std::int64_t> set = EntrySetAddresses(v, *existing);
+        if (set.empty()) set.push_back(static_cast<std::uint32_t>(existing->EntryAddress));
+        if (!clear) set.pop_back();
+        MarkDeleted(v, set);
+        if (clear) return true;
         std::string name = padded;
         v.Write(existing->EntryAddress, name.data(), static_cast<int>(kLabelBytes));
         return true;
     }
+    if (clear) return true;
     const std::int64_t slot = v.FindEntrySlots(v.Root, 1);
     if (slot == 0) return false;
     unsigned char entry[tn::TPDirEintrag::kEntrySize] = {};
