@@ -5,6 +5,7 @@
 #   - listing them (tnpkg fat ls -R vs mdir -/),
 #   - checking the FAT16 one (tnpkg fat check vs fsck.fat -n),
 #   - writing a folder of 500 small files (tnpkg fat put vs mcopy -s),
+#   - removing a folder of 1,000 files (tnpkg fat rm -r vs mdeltree),
 #   - writing one file of 1,000 and one of 4,000 clusters (their time ratio should stay below 5),
 #   - putting one 1 KiB file into a 1 MiB FAT12 image and into a 1 GiB sparse FAT16 image: a
 #     journaled write costs what it changes, so the two times stay within 1.5x of each other and
@@ -60,6 +61,11 @@ def tree(root, folders, per_folder, sizes):
                     f.write(bytes((i * 7 + n) % 256 for i in range(size)))
 tree(os.path.join(work, "tree10k"), (20, 10), 50, [0, 1, 100, 511, 512, 513, 2000, 4096, 9000])
 tree(os.path.join(work, "full"), (4, 4), 40, [3000, 7000, 12000, 20000])
+many = os.path.join(work, "rm1000", "Tausend Dateien")
+os.makedirs(many)
+for i in range(1000):
+    with open(os.path.join(many, f"Flug mit langem Namen {i:04d}.igc"), "wb") as f:
+        f.write(bytes(random.randrange(256) for _ in range(random.randrange(1, 5000))))
 small = os.path.join(work, "small500")
 os.makedirs(small)
 for i in range(500):
@@ -92,6 +98,14 @@ t=$(best "mkfs.fat -C -F 12 '$WORK/put.img' 4096 >/dev/null 2>&1 || { rm -f '$WO
 m=$(best "rm -f '$WORK/put.img'; mkfs.fat -C -F 12 '$WORK/put.img' 4096 >/dev/null" \
     mcopy -s -i "$WORK/put.img" "$WORK/small500" ::/)
 row "write 500 small files (put / mcopy -s)" "$t" "$m"
+
+# A folder of 1,000 files removed with everything in it; each run starts from a fresh copy.
+mkfs.fat -C -F 16 "$WORK/rm.pristine" 16384 >/dev/null
+mcopy -s -i "$WORK/rm.pristine" "$WORK/rm1000"/* ::/
+fresh="cp '$WORK/rm.pristine' '$WORK/rm.img'"
+t=$(best "$fresh" "$TNPKG" fat rm -r "$WORK/rm.img" "/Tausend Dateien")
+m=$(best "$fresh" mdeltree -i "$WORK/rm.img" "::/Tausend Dateien")
+row "remove a folder of 1,000 files (rm -r / mdeltree)" "$t" "$m"
 
 # One sector per cluster: 1,000 and 4,000 clusters of 512 bytes in a 2 MiB FAT12.
 head -c $((1000 * 512)) /dev/urandom >"$WORK/c1000.bin"

@@ -59,7 +59,7 @@ int CrashAtEveryPoint(const char* hook, const fs::path& image, const std::string
     return -1;
 }
 
-TEST_F(JournalTest, FatPutAndMkdirInterruptedAnywhereAreRolledBackOrFinished) {
+TEST_F(JournalTest, FatWritesInterruptedAnywhereAreRolledBackOrFinished) {
     TN_REQUIRE_SHELL();
     TN_REQUIRE_FAT_TOOLS();
     const fs::path image = Path("card.img");
@@ -74,11 +74,19 @@ TEST_F(JournalTest, FatPutAndMkdirInterruptedAnywhereAreRolledBackOrFinished) {
         std::string write;
         std::string check;  // a file that must read back after the finished write, or a folder
         std::string content;
+        bool gone = false;  // `check` must be missing after the write
     };
+    fs::create_directories(Path("new"));
+    WriteBytes(Path("new") / "OLD.TXT", "replaced");
     const std::vector<Case> cases = {
         {"fat put " + Q(image) + " " + Q(Path("small.txt")), "/small.txt", "abc"},
         {"fat put " + Q(image) + " " + Q(Path("big.bin")) + " --to /A/B", "/A/B/big.bin", big},
         {"fat mkdir " + Q(image) + " /Flugbuch/2024", "/Flugbuch/2024", ""},
+        {"fat put --force " + Q(image) + " " + Q(Path("new") / "OLD.TXT"), "/OLD.TXT", "replaced"},
+        {"fat mv " + Q(image) + " /OLD.TXT '/Alter Name.txt'", "/Alter Name.txt",
+         "already there\n"},
+        {"fat rm " + Q(image) + " /OLD.TXT", "/OLD.TXT", "", true},
+        {"fat label " + Q(image) + " KARTE", "/OLD.TXT", "already there\n"},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.write);
@@ -87,7 +95,9 @@ TEST_F(JournalTest, FatPutAndMkdirInterruptedAnywhereAreRolledBackOrFinished) {
                 CrashAtEveryPoint(hook, image, before, c.write, "fat ls " + Q(image), true);
             ASSERT_GT(crashes, 1);
             EXPECT_EQ(FsckProblems(image), "");
-            if (c.content.empty()) {
+            if (c.gone) {
+                EXPECT_TRUE(tn::test::ListTree(image).empty());
+            } else if (c.content.empty()) {
                 EXPECT_TRUE(MakeDir(image, c.check + "/PROBE")) << "the folder is missing";
             } else {
                 EXPECT_EQ(ReadFile(image, c.check), c.content);

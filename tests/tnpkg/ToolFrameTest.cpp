@@ -112,8 +112,10 @@ TEST_F(ToolFrame, EachActionRefusesTheOptionsItDoesNotTake) {
         {"fat get IMG /A --to", "--to needs a value"},
         {"fat cat IMG", "cat needs IMAGE PATH"},
         {"fat ls", "ls needs IMAGE [PATH]"},
-        {"fat", "needs an action: info, ls, get, cat, put, mkdir, format"},
-        {"fat rm IMG", "unknown action 'rm'"},
+        {"fat", "needs an action: info, ls, get, cat, put, mkdir, rm, mv, label, format"},
+        {"fat rm IMG", "rm needs IMAGE PATH..."},
+        {"fat mv IMG A", "mv needs IMAGE SOURCE TARGET"},
+        {"fat nuke IMG", "unknown action 'nuke'"},
         {"image load N F", "load needs --offset"},
         {"flash write IMG", "write needs IMAGE FILE"},
         {"igcname 1", "needs SERIAL FLIGHT"},
@@ -315,13 +317,19 @@ TEST_F(ToolFrame, GetWritesNewFilesAndNeverThroughAnExistingLink) {
     std::error_code ec;
     fs::create_hard_link(dir_ / "victim.txt", dir_ / "out" / "A.TXT", ec);
     if (ec) GTEST_SKIP() << "no hard links here: " << ec.message();
-    const auto r = RunTool("fat get " + Q("a.img") + " /A.TXT --to " + Q("out"), true);
+    // Without --force an existing file is kept.
+    const auto kept = RunTool("fat get " + Q("a.img") + " /A.TXT --to " + Q("out"), true);
+    EXPECT_EQ(kept.status, 1) << kept.output;
+    EXPECT_TRUE(Has(kept.output, "exists already; not overwritten")) << kept.output;
+    EXPECT_EQ(ReadAll(dir_ / "out" / "A.TXT"), "keep me");
+    const auto r = RunTool("fat get " + Q("a.img") + " /A.TXT --force --to " + Q("out"), true);
     EXPECT_EQ(r.status, 0) << r.output;
     EXPECT_EQ(ReadAll(dir_ / "out" / "A.TXT"), "from the image");
     EXPECT_EQ(ReadAll(dir_ / "victim.txt"), "keep me");
     EXPECT_EQ(fs::hard_link_count(dir_ / "victim.txt"), 1u);
-    // Getting it again replaces the file the first get made.
-    EXPECT_EQ(RunTool("fat get " + Q("a.img") + " /A.TXT --to " + Q("out")).status, 0);
+    // Getting it again with --force replaces the file the first get made.
+    EXPECT_EQ(RunTool("fat get " + Q("a.img") + " /A.TXT --to " + Q("out")).status, 1);
+    EXPECT_EQ(RunTool("fat get " + Q("a.img") + " /A.TXT --to " + Q("out") + " --force").status, 0);
     EXPECT_EQ(ReadAll(dir_ / "out" / "A.TXT"), "from the image");
 }
 

@@ -17,11 +17,15 @@ constexpr const char* kName = "fat";
 const char* const kUsageText =
     "usage: tnpkg fat info IMAGE [--json]\n"
     "       tnpkg fat ls IMAGE [PATH] [-l] [-R] [--json]\n"
-    "       tnpkg fat get IMAGE PATH... [--to DIR] [--quiet]\n"
+    "       tnpkg fat get IMAGE PATH... [--to DIR] [--force] [-p] [--quiet]\n"
     "       tnpkg fat cat IMAGE PATH\n"
-    "       tnpkg fat put IMAGE FILE... [--to PATH] [--quiet] [--no-journal]\n"
+    "       tnpkg fat put IMAGE FILE... [--to PATH] [--force] [--quiet] [--no-journal]\n"
     "       tnpkg fat mkdir IMAGE PATH [--no-journal]\n"
-    "       tnpkg fat format IMAGE --size BYTES [--label NAME] [--force] [--no-journal]\n"
+    "       tnpkg fat rm IMAGE PATH... [-r] [--no-journal]\n"
+    "       tnpkg fat mv IMAGE SOURCE TARGET [--force] [--no-journal]\n"
+    "       tnpkg fat label IMAGE [NAME] [--clear] [--no-journal]\n"
+    "       tnpkg fat format IMAGE --size BYTES [--fat 12|16] [--cluster BYTES] [--label NAME]\n"
+    "                        [--force] [--no-journal]\n"
     "       tnpkg fat check IMAGE [--json]\n"
     "\n"
     "IMAGE is a memory image (.DAT) or a memory-card image. A card with a partition table is\n"
@@ -33,17 +37,29 @@ const char* const kUsageText =
     "          into the folders\n"
     "  get     copies files and whole folders out into DIR (default: the current folder);\n"
     "          --to - writes files to standard output. Names the PC cannot hold (device names,\n"
-    "          \"..\", separators, control characters) are changed and reported\n"
+    "          \"..\", separators, control characters) are changed and reported. An existing\n"
+    "          PC file is not overwritten unless --force; -p (--preserve) gives each file and\n"
+    "          folder the modification time of its entry\n"
     "  cat     writes one file to standard output\n"
     "  put     copies files and folders (with everything in them) into folder PATH of the\n"
     "          volume (default: the root; created when missing). Names FAT cannot hold are\n"
-    "          changed and reported; an existing file is not overwritten. A name that is\n"
-    "          not an upper-case 8.3 name also gets an 8.3 form (its first characters, ~1,\n"
-    "          ~2, ..., its extension): an instrument that reads only 8.3 names sees that\n"
-    "          form\n"
+    "          changed and reported; an existing file is replaced only with --force, and\n"
+    "          never a folder by a file or a file by a folder. A name that is not an\n"
+    "          upper-case 8.3 name also gets an 8.3 form (its first characters, ~1, ~2, ...,\n"
+    "          its extension): an instrument that reads only 8.3 names sees that form\n"
     "  mkdir   creates a folder and any missing parents\n"
+    "  rm      removes files; a folder only with -r, with everything in it. Refuses the\n"
+    "          root and paths that do not exist\n"
+    "  mv      renames SOURCE, or moves it into TARGET when TARGET is an existing folder or\n"
+    "          ends in /. Refuses to move a folder into itself or below, to replace an\n"
+    "          existing TARGET (--force replaces a file by a file) and names FAT cannot hold\n"
+    "  label   shows the volume label, sets it to NAME (up to 11 ASCII characters, stored\n"
+    "          in upper case) or removes it with --clear, in the root and the boot sector\n"
     "  format  a new image file of BYTES bytes (K and M suffixes allowed) holding an empty\n"
-    "          FAT12 or FAT16 volume laid out as mkfs.fat lays it out\n"
+    "          FAT12 or FAT16 volume laid out as mkfs.fat lays it out. --fat 12|16 and\n"
+    "          --cluster BYTES (a power of two, 512 to 32K) choose the type and cluster size;\n"
+    "          refused where FAT cannot hold the combination (FAT12: fewer than 4085 data\n"
+    "          clusters, FAT16: 4085 to 65524)\n"
     "  check   reads the volume's structures (boot sector, every FAT copy, every folder) and\n"
     "          reports each problem with the file it affects: cross-linked, broken, circular\n"
     "          or lost cluster chains, sizes that do not fit their chains, FAT copies that\n"
@@ -53,7 +69,7 @@ const char* const kUsageText =
     "          Exit status 0 when the volume is clean, 1 when anything was found\n"
     "Writing changes IMAGE in place only when everything read back as written, behind a\n"
     "journal (IMAGE.tnpkg-journal) that undoes an interrupted write at the next tnpkg command.\n"
-    "put, mkdir and format take --no-journal for an image in a read-only folder: a crash\n"
+    "Every command that writes takes --no-journal for an image in a read-only folder: a crash\n"
     "during the write can then leave IMAGE half-written.\n"
     "FAT12 and FAT16 volumes with 512- to 4096-byte sectors are read and written as the FAT\n"
     "format defines them (as mtools, fsck.fat and operating systems do); FAT32 is refused.\n";
@@ -70,21 +86,6 @@ std::string WriteRefusal(MountedImage& m) {
     return {};
 }
 
-std::string Label(MountedImage& m) {
-    auto* root = m.Volume().Root;
-    for (int i = 0; i < root->Count(); ++i) {
-        tn::TPDirEintrag* e = root->Eintrag(i);
-        if (e != nullptr && e->IsVolumeLabel()) {
-            std::string label(reinterpret_cast<const char*>(e->Entry), 11);
-            while (!label.empty() && label.back() == ' ')
-                label.pop_back();
-            return label;
-        }
-    }
-    const std::string& boot = m.Where().bootLabel;
-    return boot == "NO NAME" ? std::string() : boot;
-}
-
 int Info(FatRequest& r) {
     const auto mounted = MountRequested(r);
     if (!mounted) return kFailure;
@@ -95,7 +96,7 @@ int Info(FatRequest& r) {
     const std::uint32_t free = m.FreeClusters();
     std::uint64_t files = 0, folders = 0, bytes = 0;
     CountTree(v.Root, files, folders, bytes);
-    const std::string label = Cp1252ToUtf8(Label(m));
+    const std::string label = Cp1252ToUtf8(VolumeLabel(m));
     const bool retyped = m.CoarseFatBits() != m.FatBits();
     const std::string refusal = WriteRefusal(m);
     const std::uint64_t clusterBytes = v.ClusterSize;
@@ -248,6 +249,9 @@ int RunFat(const Args& args) {
     if (r.action == "put") return FatPut(r);
     if (r.action == "mkdir") return FatMkdir(r);
     if (r.action == "format") return FatFormat(r);
+    if (r.action == "rm") return FatRm(r);
+    if (r.action == "mv") return FatMv(r);
+    if (r.action == "label") return FatLabel(r);
     if (r.action == "check") return FatCheck(r);
     return FatUsage("unknown action '" + r.action + "'");
 }
@@ -267,19 +271,33 @@ const CommandRegistration reg(
        "IMAGE PATH...",
        2,
        kAnyNumber,
-       {{"--to", Takes::Value}, {"--quiet"}, kOffset, kPartition}},
+       {{"--to", Takes::Value},
+        {"--force"},
+        {"-p"},
+        {"--preserve"},
+        {"--quiet"},
+        kOffset,
+        kPartition}},
       {"cat", "IMAGE PATH", 2, 2, {kOffset, kPartition}},
       {"put",
        "IMAGE FILE...",
        2,
        kAnyNumber,
-       {{"--to", Takes::Value}, {"--quiet"}, kOffset, kPartition, kNoJournal}},
+       {{"--to", Takes::Value}, {"--force"}, {"--quiet"}, kOffset, kPartition, kNoJournal}},
       {"mkdir", "IMAGE PATH", 2, 2, {kOffset, kPartition, kNoJournal}},
+      {"rm", "IMAGE PATH...", 2, kAnyNumber, {{"-r"}, kOffset, kPartition, kNoJournal}},
+      {"mv", "IMAGE SOURCE TARGET", 3, 3, {{"--force"}, kOffset, kPartition, kNoJournal}},
+      {"label", "IMAGE [NAME]", 1, 2, {{"--clear"}, kOffset, kPartition, kNoJournal}},
       {"format",
        "IMAGE",
        1,
        1,
-       {{"--size", Takes::Value}, {"--label", Takes::Value}, {"--force"}, kNoJournal}},
+       {{"--size", Takes::Value},
+        {"--fat", Takes::Value},
+        {"--cluster", Takes::Value},
+        {"--label", Takes::Value},
+        {"--force"},
+        kNoJournal}},
       {"check", "IMAGE", 1, 1, {{"--json"}, kOffset, kPartition}}},
      RunFat});
 

@@ -1,6 +1,9 @@
 // `tnpkg fat get` and `tnpkg fat cat`: files and folders out of a volume. Whatever names the
 // image holds, nothing is written outside the target folder.
+#include <chrono>
+#include <ctime>
 #include <filesystem>
+#include <optional>
 #include <system_error>
 
 #include "cli/Output.h"
@@ -14,9 +17,32 @@ namespace {
 
 namespace fs = std::filesystem;
 
+// The PC time of a packed FAT date and time, read as local time as FAT stores it.
+std::optional<fs::file_time_type> HostTime(std::uint32_t v) {
+    std::tm t{};
+    t.tm_year = static_cast<int>(80 + (v >> 25));
+    t.tm_mon = static_cast<int>((v >> 21) & 0x0F) - 1;
+    t.tm_mday = static_cast<int>((v >> 16) & 0x1F);
+    t.tm_hour = static_cast<int>((v >> 11) & 0x1F);
+    t.tm_min = static_cast<int>((v >> 5) & 0x3F);
+    t.tm_sec = static_cast<int>((v & 0x1F) * 2);
+    t.tm_isdst = -1;
+    if (t.tm_mon < 0 || t.tm_mon > 11 || t.tm_mday == 0) return std::nullopt;
+    const std::time_t when = std::mktime(&t);
+    if (when == static_cast<std::time_t>(-1)) return std::nullopt;
+    return fs::file_time_type::clock::from_sys(std::chrono::system_clock::from_time_t(when));
+}
+
+struct ExtractOptions {
+    bool quiet = false;
+    bool overwrite = false;  // an existing PC file is replaced
+    bool preserve = false;   // the entry's modification time goes to the PC's copy
+};
+
 class Extractor {
   public:
-    Extractor(bool quiet, std::uint64_t total) : progress_("extracting", quiet), total_(total) {}
+    Extractor(const ExtractOptions& options, std::uint64_t total)
+        : progress_("extracting", options.quiet), options_(options), total_(total) {}
 
     int Failures() const { return failures_; }
 
@@ -25,9 +51,11 @@ class Extractor {
         if (node.IsDirectory()) {
             if (!MakeFolder(node, target)) return;
             ExtractChildren(node, target);
-        } else {
-            WriteFile(node, target);
+        } else if (!WriteFile(node, target)) {
+            return;
         }
+        // A folder's time after its content, which would change it.
+        if (options_.preserve) Preserve(node, target);
     }
 
     // Extracts `node` into the folder `target` under a name the PC accepts and `names` has not
@@ -53,6 +81,7 @@ class Extractor {
 
   private:
     Progress progress_;
+    ExtractOptions options_;
     std::uint64_t total_;
     std::uint64_t done_ = 0;
     int failures_ = 0;
@@ -91,9 +120,21 @@ class Extractor {
         return true;
     }
 
-    void WriteFile(tn::TPDirEintrag& node, const fs::path& target) {
+    void Preserve(tn::TPDirEintrag& node, const fs::path& target) {
+        const auto when = HostTime(node.FileDate);
+        std::error_code ec;
+        if (when) fs::last_write_time(target, *when, ec);
+        if (!when || ec) FatNote("cannot give " + PathText(target) + " the time of its entry");
+    }
+
+    bool WriteFile(tn::TPDirEintrag& node, const fs::path& target) {
         progress_.Update(++done_, total_, Cp1252ToUtf8(ShownName(node)));
-        if (!UsableTarget(target, false)) return;
+        if (!UsableTarget(target, false)) return false;
+        std::error_code ec;
+        if (!options_.overwrite && fs::exists(fs::symlink_status(target, ec))) {
+            Fail(PathText(target) + " exists already; not overwritten (--force replaces it)");
+            return false;
+        }
         NewHostFile out(target);
         std::string problem;
         const StreamResult read = StreamNode(
@@ -101,9 +142,13 @@ class Extractor {
             problem);
         if (!out.Close()) {
             Fail(PathText(target) + ": " + out.Problem());
-        } else if (read == StreamResult::Broken) {
-            Fail(Cp1252ToUtf8(NodePath(node)) + ": " + problem);
+            return false;
         }
+        if (read == StreamResult::Broken) {
+            Fail(Cp1252ToUtf8(NodePath(node)) + ": " + problem);
+            return false;
+        }
+        return true;
     }
 };
 
@@ -168,7 +213,11 @@ int FatGet(FatRequest& r) {
             ++files;
         }
     }
-    Extractor extractor(r.args.Flag("--quiet"), files);
+    ExtractOptions options;
+    options.quiet = r.args.Flag("--quiet");
+    options.overwrite = r.args.Flag("--force");
+    options.preserve = r.args.Flag("-p") || r.args.Flag("--preserve");
+    Extractor extractor(options, files);
     UniqueNames topNames;
     for (tn::TPDirEintrag* node : nodes) {
         if (node->Parent == nullptr) {  // the root: its content goes straight into the target

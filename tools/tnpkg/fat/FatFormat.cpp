@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cctype>
 #include <cstring>
+#include <string>
 
 namespace tnpkg {
 namespace {
@@ -10,10 +11,18 @@ namespace {
 constexpr std::uint32_t kSector = 512;
 constexpr std::uint32_t kFats = 2;
 constexpr std::uint32_t kRootEntries = 512;
-constexpr std::uint32_t kRootSectors = kRootEntries * 32 / kSector;
+constexpr std::uint32_t kEntryBytes = 32;
+constexpr std::uint32_t kRootSectors = kRootEntries * kEntryBytes / kSector;
+
+// Root sectors of the layout: mkfs.fat rounds an aligned root up to whole clusters, which
+// only shows with clusters larger than the 512 entries' 16 KiB.
+std::uint32_t RootSectors(std::uint32_t spc, bool align) {
+    return align ? std::max(kRootSectors, spc) : kRootSectors;
+}
 constexpr std::uint32_t kMaxClusters12 = 4084;
 constexpr std::uint32_t kMaxClusters16 = 65524;
 constexpr std::uint8_t kMedia = 0xF8;
+constexpr std::uint32_t kMaxClusterBytes = 32 * 1024;
 // Below this many sectors mkfs.fat packs the structures tightly; above it, it aligns the data
 // area to whole clusters.
 constexpr std::uint32_t kAlignFrom = 8192;
@@ -57,10 +66,48 @@ void Put32(unsigned char* p, std::uint32_t v) {
     Put16(p + 2, v >> 16);
 }
 
+std::string FormatRefusal(std::uint64_t bytes, const FormatChoice& choice, std::uint64_t clusters) {
+    const std::string size = std::to_string(bytes) + " bytes";
+    if (choice.clusterBytes == 0 && choice.fatBits == 0)
+        return "no FAT12 or FAT16 layout fits " + size;
+    if (choice.clusterBytes == 0) {
+        return choice.fatBits == 12
+                   ? "FAT12 needs fewer than 4085 data clusters: " + size + " is too large for it"
+                   : "FAT16 needs 4085 to 65524 data clusters: " + size +
+                         " is too small or too large for it with clusters up to 64 KiB";
+    }
+    const std::string per = " with clusters of " + std::to_string(choice.clusterBytes) + " bytes";
+    const std::string gives = size + per + " gives " + std::to_string(clusters) + " data clusters";
+    if (choice.fatBits == 12) return "FAT12 needs fewer than 4085 data clusters; " + gives;
+    if (choice.fatBits == 16) return "FAT16 needs 4085 to 65524 data clusters; " + gives;
+    return "FAT12 needs fewer than 4085 data clusters and FAT16 4085 to 65524; " + gives;
+}
+
 }  // namespace
 
 std::optional<FatGeometry> ChooseFatGeometry(std::uint64_t bytes) {
-    if (bytes < kFormatMinBytes || bytes > kFormatMaxBytes) return std::nullopt;
+    std::string reason;
+    return ChooseFatGeometry(bytes, FormatChoice{}, reason);
+}
+
+std::optional<FatGeometry> ChooseFatGeometry(std::uint64_t bytes, const FormatChoice& choice,
+                                             std::string& reason) {
+    if (bytes < kFormatMinBytes || bytes > kFormatMaxBytes) {
+        reason = "format makes volumes of " + std::to_string(kFormatMinBytes) + " to " +
+                 std::to_string(kFormatMaxBytes) + " bytes";
+        return std::nullopt;
+    }
+    if (choice.clusterBytes != 0 &&
+        (choice.clusterBytes < kSector || choice.clusterBytes > kMaxClusterBytes ||
+         (choice.clusterBytes & (choice.clusterBytes - 1)) != 0)) {
+        reason = "the cluster size is a power of two from " + std::to_string(kSector) + " to " +
+                 std::to_string(kMaxClusterBytes) + " bytes";
+        return std::nullopt;
+    }
+    if (choice.fatBits != 0 && choice.fatBits != 12 && choice.fatBits != 16) {
+        reason = "--fat takes 12 or 16";
+        return std::nullopt;
+    }
     FatGeometry g;
     TrackGeometry(bytes, g);
     const auto sectors = static_cast<std::uint32_t>(bytes / kSector);
@@ -68,11 +115,17 @@ std::optional<FatGeometry> ChooseFatGeometry(std::uint64_t bytes) {
     const bool align = g.totalSectors > kAlignFrom;
     g.rootEntries = kRootEntries;
 
-    for (std::uint32_t spc = 4; spc <= 128; spc *= 2) {
+    // Without a choice the clusters start at 4 sectors, as mkfs.fat's do.
+    const std::uint32_t fromSpc = choice.clusterBytes != 0 ? choice.clusterBytes / kSector : 4;
+    const std::uint32_t toSpc = choice.clusterBytes != 0 ? fromSpc : 128;
+    std::uint64_t shownClusters = 0;
+    for (std::uint32_t spc = fromSpc; spc <= toSpc; spc *= 2) {
         const std::uint32_t reserved = align ? spc : 1;
         const auto alignUp = [&](std::uint32_t n) { return align ? CeilDiv(n, spc) * spc : n; };
-        if (g.totalSectors <= reserved + kRootSectors) return std::nullopt;
-        const std::uint64_t data = g.totalSectors - reserved - kRootSectors;
+        const std::uint32_t rootSectors = RootSectors(spc, align);
+        if (g.totalSectors <= reserved + rootSectors) break;
+        const std::uint64_t data = g.totalSectors - reserved - rootSectors;
+        g.rootEntries = static_cast<std::uint16_t>(rootSectors * kSector / kEntryBytes);
         const std::uint64_t clusterBytes = std::uint64_t{spc} * kSector;
         // The same estimate and correction as mkfs.fat: guess the cluster count, size the FATs
         // for it, then count what really remains beside them.
@@ -90,25 +143,29 @@ std::optional<FatGeometry> ChooseFatGeometry(std::uint64_t bytes) {
         const std::uint32_t coarse = g.totalSectors / spc;
         g.sectorsPerCluster = static_cast<std::uint8_t>(spc);
         g.reservedSectors = static_cast<std::uint16_t>(reserved);
-        if (c12 >= 1 && c12 <= max12 && coarse <= kMaxClusters12) {
+        shownClusters = choice.fatBits == 16 ? c16 : c12;
+        if (choice.fatBits != 16 && c12 >= 1 && c12 <= max12 && coarse <= kMaxClusters12) {
             g.fatBits = 12;
             g.sectorsPerFat = static_cast<std::uint16_t>(fat12);
             g.dataClusters = static_cast<std::uint32_t>(c12);
             return g;
         }
-        if (c16 > kMaxClusters12 && c16 <= max16 && coarse <= kMaxClusters16) {
+        if (choice.fatBits != 12 && c16 > kMaxClusters12 && c16 <= max16 &&
+            coarse <= kMaxClusters16) {
             g.fatBits = 16;
             g.sectorsPerFat = static_cast<std::uint16_t>(fat16);
             g.dataClusters = static_cast<std::uint32_t>(c16);
             return g;
         }
     }
+    reason = FormatRefusal(bytes, choice, shownClusters);
     return std::nullopt;
 }
 
 std::vector<unsigned char> FatSystemArea(const FatGeometry& g, const std::string& label,
                                          std::uint32_t serial, std::uint32_t fatDateTime) {
-    const std::uint32_t sectors = g.reservedSectors + kFats * g.sectorsPerFat + kRootSectors;
+    const std::uint32_t sectors =
+        g.reservedSectors + kFats * g.sectorsPerFat + g.rootEntries * kEntryBytes / kSector;
     std::vector<unsigned char> area(static_cast<std::size_t>(sectors) * kSector, 0);
     unsigned char* b = area.data();
     // Boot sector: a short jump over the parameter block to a stub that hands the boot on.

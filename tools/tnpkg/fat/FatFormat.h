@@ -32,6 +32,17 @@ inline constexpr std::uint64_t kFormatMaxBytes = 512ull * 1024 * 1024 - 1;
 /// cluster size instead.
 std::optional<FatGeometry> ChooseFatGeometry(std::uint64_t bytes);
 
+/// What the user chose for a new volume; 0: chosen as mkfs.fat would.
+struct FormatChoice {
+    int fatBits = 0;                 // 12 or 16
+    std::uint32_t clusterBytes = 0;  // a power of two from 512 to 32 KiB
+};
+
+/// The layout with the user's choices, or nothing with `reason` saying why FAT cannot hold
+/// that combination on `bytes` bytes.
+std::optional<FatGeometry> ChooseFatGeometry(std::uint64_t bytes, const FormatChoice& choice,
+                                             std::string& reason);
+
 /// The first sectors of the volume: boot sector, both FATs and the root directory (with the
 /// label entry when `label` is not empty; `label` is Windows-1252, at most 11 bytes, already
 /// checked). Everything after them is zero on a fresh volume.

@@ -268,6 +268,18 @@ tn::TPDirEintrag* MountedImage::Find(const std::string& path, std::string& probl
     return node;
 }
 
+std::string VolumeLabel(MountedImage& m) {
+    auto* root = m.Volume().Root;
+    for (int i = 0; i < root->Count(); ++i) {
+        tn::TPDirEintrag* e = root->Eintrag(i);
+        if (e != nullptr && e->IsVolumeLabel()) {
+            return TrimRight(std::string(reinterpret_cast<const char*>(e->Entry), 11));
+        }
+    }
+    const std::string& boot = m.Where().bootLabel;
+    return boot == "NO NAME" ? std::string() : boot;
+}
+
 std::vector<std::string> VolumePathParts(const std::string& path) {
     std::vector<std::string> parts;
     std::size_t start = 0;
@@ -306,6 +318,13 @@ std::string ShortName(const tn::TPDirEintrag& node) {
 bool NameMatches(const tn::TPDirEintrag& node, const std::string& name) {
     return FoldCase(ShownName(node)) == FoldCase(name) ||
            UpperAscii(ShortName(node)) == UpperAscii(Cp1252ToUtf8(name));
+}
+
+tn::TPDirEintrag* ChildNamed(tn::TPDirEintrag* folder, const std::string& name) {
+    for (tn::TPDirEintrag* child : Children(folder)) {
+        if (NameMatches(*child, name)) return child;
+    }
+    return nullptr;
 }
 
 std::string ShownName(const tn::TPDirEintrag& node) {

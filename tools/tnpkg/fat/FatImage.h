@@ -92,6 +92,10 @@ std::unique_ptr<MountedImage> MountImage(const std::string& image, const VolumeC
                                          const store::SessionOptions& options,
                                          std::string& problem);
 
+/// The volume label (Windows-1252, blanks trimmed): the root's label entry, else the boot
+/// sector's field; empty when there is none.
+std::string VolumeLabel(MountedImage& m);
+
 /// The entries of a folder node (the root included), in the volume's order, without the volume
 /// label.
 std::vector<tn::TPDirEintrag*> Children(tn::TPDirEintrag* folder);
@@ -106,6 +110,9 @@ std::string ShortName(const tn::TPDirEintrag& node);
 /// Whether `name` (Windows-1252) names the node, as its shown name or its short name, without
 /// regard to case.
 bool NameMatches(const tn::TPDirEintrag& node, const std::string& name);
+/// The child of `folder` (null: a folder that does not exist yet) named `name` (Windows-1252)
+/// in either form, or null.
+tn::TPDirEintrag* ChildNamed(tn::TPDirEintrag* folder, const std::string& name);
 /// "2024-07-04 13:05" from the entry's packed date and time.
 std::string DateText(std::uint32_t fatDateTime);
 /// The size of a file node (0 for folders).

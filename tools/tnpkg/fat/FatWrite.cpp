@@ -12,6 +12,7 @@
 #include "cli/Output.h"
 #include "cli/Progress.h"
 #include "cli/Warnings.h"
+#include "fat/EntrySets.h"
 #include "fat/FatCommand.h"
 #include "fat/FatFormat.h"
 #include "fat/HostNames.h"
@@ -31,7 +32,9 @@ struct PlannedFile {
 struct Plan {
     std::vector<std::string> folders;  // to create, parents first
     std::vector<PlannedFile> files;
-    std::uint64_t clusters = 0;  // clusters the new content needs at most
+    std::uint64_t clusters = 0;               // clusters the new content needs at most
+    std::vector<tn::TPDirEintrag*> replaced;  // files that new content replaces (--force)
+    std::uint64_t freed = 0;                  // clusters the replaced files give back
     int failures = 0;
 };
 
@@ -52,17 +55,10 @@ bool ReadHostFile(const fs::path& path, std::string& data) {
     return !in.bad();
 }
 
-// The child of `folder` (null: a folder that does not exist yet) named `name` in either form.
-tn::TPDirEintrag* ChildNamed(tn::TPDirEintrag* folder, const std::string& name) {
-    for (tn::TPDirEintrag* child : Children(folder)) {
-        if (NameMatches(*child, name)) return child;
-    }
-    return nullptr;
-}
-
 class Planner {
   public:
-    Planner(Plan& plan, std::uint64_t clusterBytes) : plan_(plan), clusterBytes_(clusterBytes) {}
+    Planner(Plan& plan, std::uint64_t clusterBytes, bool replace)
+        : plan_(plan), clusterBytes_(clusterBytes), replace_(replace) {}
 
     // Plans `host` into the volume folder `fatFolder` (existing node `node`, or null when it is
     // to be made), with `names` holding the names already given out there.
@@ -95,10 +91,14 @@ class Planner {
         // given out earlier in this command get a numbered variant instead.
         tn::TPDirEintrag* existing = node != nullptr ? ChildNamed(node, mapped) : nullptr;
         std::string name = mapped;
+        const bool replacing =
+            existing != nullptr && replace_ && !folder && existing->IsFile() && !Replaced(existing);
         if (existing != nullptr && folder && existing->IsDirectory()) {
             name = ShownName(*existing);
             names.Reserve(name);
-        } else if (existing == nullptr) {
+        } else if (replacing) {
+            names.Reserve(name);
+        } else if (existing == nullptr || Replaced(existing)) {
             name = names.Claim(mapped);
             if (name != mapped) {
                 changed = true;
@@ -120,14 +120,23 @@ class Planner {
             AddFolderContent(host, fatPath, existing);
             return;
         }
-        if (existing != nullptr) {
-            Fail(Shown(fatPath) + " exists already in the image; not overwritten");
+        if (existing != nullptr && existing->IsDirectory()) {
+            Fail(Shown(fatPath) + " is a folder in the image; " + hostText + " is a file");
+            return;
+        }
+        if (existing != nullptr && !replacing) {
+            Fail(Shown(fatPath) + " exists already in the image; not overwritten (--force " +
+                 "replaces it)");
             return;
         }
         const auto size = fs::file_size(host, ec);
         if (ec || size > 0x7FFFFFFFu) {
             Fail("cannot read " + hostText);
             return;
+        }
+        if (replacing) {
+            plan_.replaced.push_back(existing);
+            plan_.freed += (NodeSize(*existing) + clusterBytes_ - 1) / clusterBytes_;
         }
         plan_.files.push_back({host, fatPath, size});
         plan_.clusters += (size + clusterBytes_ - 1) / clusterBytes_;
@@ -157,6 +166,12 @@ class Planner {
     Plan& plan_;
     std::uint64_t clusterBytes_;
     std::uint64_t entries_ = 0;
+    bool replace_;
+
+    bool Replaced(const tn::TPDirEintrag* node) const {
+        return std::find(plan_.replaced.begin(), plan_.replaced.end(), node) !=
+               plan_.replaced.end();
+    }
 
     void Fail(const std::string& text) {
         ++plan_.failures;
@@ -194,27 +209,15 @@ bool PlanTargetFolder(MountedImage& m, const std::string& path, Plan& plan, std:
     return true;
 }
 
-// Opens the image for writing (exclusive lock, recovery) and mounts it on the session's
-// overlay, after the checks every write makes.
-bool PrepareWrite(FatRequest& r, std::unique_ptr<MountedImage>& m) {
-    store::SessionOptions options;
-    options.write = true;
-    options.journal = !r.args.Flag("--no-journal");
-    m = MountRequested(r, options);
-    if (!m) return false;
-    const std::string refusal = FatWriteRefusal(*m);
-    if (!refusal.empty()) {
-        FatFail(refusal);
-        return false;
-    }
-    return true;
-}
-
 // Carries out a plan on the overlay; false when anything failed or the package warned.
 bool Execute(MountedImage& w, const Plan& plan, bool quiet) {
     // The package reports a step it could not do only through a warning.
     const WarningCapture warnings("tnpkg fat: while writing the image");
     tn::TPVolumeFAT& v = w.Volume();
+    // The replaced files go first; nothing reaches the image before the whole result has read
+    // back, so their room can take the new content.
+    for (tn::TPDirEintrag* old : plan.replaced)
+        RemoveNode(v, old);
     for (const auto& folder : plan.folders) {
         std::string path = folder;
         if (v.ForceDirectories(tn::TPString(path.data())) == nullptr) {
@@ -292,12 +295,6 @@ bool Verify(const std::shared_ptr<store::ImageSession>& session, const VolumeLoc
     return true;
 }
 
-int Commit(FatRequest& r, store::ImageSession& session) {
-    std::string problem;
-    if (!session.Commit(problem)) return FatFail(problem + "; " + r.image + " was left unchanged");
-    return kSuccess;
-}
-
 int Apply(FatRequest& r, MountedImage& m, const Plan& plan, std::uint32_t free) {
     if (plan.clusters > free) {
         return FatFail("not enough room: up to " + std::to_string(plan.clusters) +
@@ -306,7 +303,7 @@ int Apply(FatRequest& r, MountedImage& m, const Plan& plan, std::uint32_t free) 
     if (!Execute(m, plan, r.args.Flag("--quiet")) || !Verify(m.Session(), m.Where(), plan)) {
         return FatFail(r.image + " was left unchanged");
     }
-    return Commit(r, *m.Session());
+    return CommitFatWrite(r, *m.Session());
 }
 
 // "4096", "64K", "4M" (binary units).
@@ -355,9 +352,31 @@ std::uint32_t FatNow() {
 
 }  // namespace
 
+// Opens the image for writing (exclusive lock, recovery) and mounts it on the session's
+// overlay, after the checks every write makes.
+bool PrepareFatWrite(FatRequest& r, std::unique_ptr<MountedImage>& m) {
+    store::SessionOptions options;
+    options.write = true;
+    options.journal = !r.args.Flag("--no-journal");
+    m = MountRequested(r, options);
+    if (!m) return false;
+    const std::string refusal = FatWriteRefusal(*m);
+    if (!refusal.empty()) {
+        FatFail(refusal);
+        return false;
+    }
+    return true;
+}
+
+int CommitFatWrite(FatRequest& r, store::ImageSession& session) {
+    std::string problem;
+    if (!session.Commit(problem)) return FatFail(problem + "; " + r.image + " was left unchanged");
+    return kSuccess;
+}
+
 int FatPut(FatRequest& r) {
     std::unique_ptr<MountedImage> m;
-    if (!PrepareWrite(r, m)) return kFailure;
+    if (!PrepareFatWrite(r, m)) return kFailure;
 
     Plan plan;
     std::string folder;
@@ -365,17 +384,19 @@ int FatPut(FatRequest& r) {
     if (!PlanTargetFolder(*m, r.args.Option("--to").value_or("/"), plan, folder, node)) {
         return FatFail(r.image + " was left unchanged");
     }
-    Planner planner(plan, m->Volume().ClusterSize);
+    Planner planner(plan, m->Volume().ClusterSize, r.args.Flag("--force"));
     UniqueNames names;
     for (const auto& host : r.operands)
         planner.Add(fs::path(host), folder, node, names);
     if (plan.failures > 0) return FatFail(r.image + " was left unchanged");
-    return Apply(r, *m, plan, m->FreeClusters());
+    const auto free = m->FreeClusters() + plan.freed;
+    return Apply(r, *m, plan,
+                 static_cast<std::uint32_t>(std::min<std::uint64_t>(free, UINT32_MAX)));
 }
 
 int FatMkdir(FatRequest& r) {
     std::unique_ptr<MountedImage> m;
-    if (!PrepareWrite(r, m)) return kFailure;
+    if (!PrepareFatWrite(r, m)) return kFailure;
     Plan plan;
     std::string folder;
     tn::TPDirEintrag* node = nullptr;
@@ -398,11 +419,21 @@ int FatFormat(FatRequest& r) {
     std::string label = FromUtf8(r.args.Option("--label").value_or(""), lossy, '\x7F');
     const std::string labelProblem = CheckVolumeLabel(label);
     if (!labelProblem.empty()) return FatUsage(labelProblem);
-    const auto geometry = ChooseFatGeometry(bytes);
-    if (!geometry) {
-        return FatFail("format makes volumes of " + std::to_string(kFormatMinBytes) + " to " +
-                       std::to_string(kFormatMaxBytes) + " bytes");
+    FormatChoice choice;
+    if (const auto fat = r.args.Option("--fat")) {
+        if (*fat != "12" && *fat != "16") return FatUsage("--fat takes 12 or 16");
+        choice.fatBits = *fat == "12" ? 12 : 16;
     }
+    if (const auto cluster = r.args.Option("--cluster")) {
+        std::uint64_t clusterBytes = 0;
+        if (!ParseSize(*cluster, clusterBytes) || clusterBytes > UINT32_MAX) {
+            return FatUsage("--cluster takes a number of bytes (K suffix allowed)");
+        }
+        choice.clusterBytes = static_cast<std::uint32_t>(clusterBytes);
+    }
+    std::string reason;
+    const auto geometry = ChooseFatGeometry(bytes, choice, reason);
+    if (!geometry) return FatFail(reason);
     const fs::path image(r.image);
     std::error_code ec;
     if (fs::exists(image, ec) && !r.args.Flag("--force")) {
@@ -420,7 +451,7 @@ int FatFormat(FatRequest& r) {
     const auto session = store::ImageSession::Open(image, options, problem);
     if (!session) return FatFail(problem);
     if (!WriteSystemArea(session, area, bytes)) return FatFail(r.image + " was left unchanged");
-    if (Commit(r, *session) != kSuccess) return kFailure;
+    if (CommitFatWrite(r, *session) != kSuccess) return kFailure;
     const std::uint64_t clusterBytes = std::uint64_t{geometry->sectorsPerCluster} * 512;
     Print("formatted %s: FAT%d, %llu bytes, %u clusters of %llu bytes\n", r.image.c_str(),
           geometry->fatBits, static_cast<unsigned long long>(bytes), geometry->dataClusters,
