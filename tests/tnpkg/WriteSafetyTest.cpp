@@ -97,13 +97,16 @@ TEST_F(WriteSafetyTest, ConcurrentCommandsTakeTurnsOrAreRefused) {
                                            Q(Path("a" + std::to_string(round))) + " --quiet");
         const std::string putB = TnpkgLine("fat put " + Q(image) + " " +
                                            Q(Path("b" + std::to_string(round))) + " --quiet");
-        const auto run = RunCommand("(" + putA + " >/dev/null 2>&1; echo a$?) & (" + putB +
-                                    " >/dev/null 2>&1; echo b$?) & wait");
-        // Both wait for each other and succeed; a refusal (exit 1) would have to leave its
-        // files out, but a success must never lose them.
+        const auto run = RunCommand("(" + putA + " 2>&1 >/dev/null; echo a$?) & (" + putB +
+                                    " 2>&1 >/dev/null; echo b$?) & wait");
+        // Both wait for each other and succeed, or (on a machine too slow for the wait) one is
+        // refused saying why; a success must never lose its files.
         const bool aDone = run.output.find("a0") != std::string::npos;
         const bool bDone = run.output.find("b0") != std::string::npos;
-        EXPECT_TRUE(aDone && bDone) << run.output;
+        EXPECT_TRUE(aDone || bDone) << run.output;
+        EXPECT_TRUE((aDone && bDone) ||
+                    run.output.find("is in use by another tnpkg command") != std::string::npos)
+            << run.output;
         EXPECT_TRUE(!aDone || HoldsAll(image, a));
         EXPECT_TRUE(!bDone || HoldsAll(image, b));
         EXPECT_EQ(FsckProblems(image), "");
@@ -135,9 +138,13 @@ TEST_F(WriteSafetyTest, ConcurrentCommandsTakeTurnsOrAreRefused) {
     const auto both = RunCommand(
         "(" + TnpkgLine("flash write " + Q(flash) + " " + Q(Path("program.bin")) + " --offset 0") +
         " >/dev/null 2>&1; echo write=$?) & (" + TnpkgLine("flash info " + Q(flash)) +
-        " >/dev/null 2>&1; echo info=$?) & wait");
+        " 2>&1 >/dev/null; echo info=$?) & wait");
     EXPECT_NE(both.output.find("write=0"), std::string::npos) << both.output;
-    EXPECT_NE(both.output.find("info=0"), std::string::npos) << both.output;
+    // The reader either took its turn or, when the write held the image longer than it waits
+    // (a slow machine, a sanitizer build), gave up saying why.
+    EXPECT_TRUE(both.output.find("info=0") != std::string::npos ||
+                both.output.find("is in use by another tnpkg command") != std::string::npos)
+        << both.output;
     EXPECT_TRUE(Bytes(flash).substr(0, 0x300000) == Pattern(0x300000, 9));
 }
 
