@@ -61,9 +61,9 @@ TEST(ToolArguments, NumbersAndPointsThatCannotBeReadAreRejected) {
         {"coord 91 0", 2, "not a latitude"},
         {"coord 47 11 12", 2, "unexpected argument: 12"},
         {"coord 4728123X01134567E", 1, "Koordinate nicht lesbar"},
-        {"image dump NONE --offset -1", 2, "--offset and --length take a number"},
+        {"image dump NONE --offset -1", 2, "offset must be 0 or more"},
         {"image create NONE --size 4194305", 2, "--size from 1 to 4194304"},
-        {"image load NONE FILE --offset 0x", 2, "load needs --offset"},
+        {"image load NONE FILE --offset 0x", 2, "offset takes a number of bytes"},
         {"crc --width 16 --poly 0x1021 --init 0x1FFFFFFFF", 2, "--init needs a number"},
         {"records FILE --min-version 65536", 2, "--min-version takes a number"},
     };

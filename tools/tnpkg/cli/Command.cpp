@@ -62,4 +62,18 @@ bool ParseInteger(const std::string& text, long long& value) {
     return errno == 0 && end != nullptr && *end == '\0';
 }
 
+bool ParseByteCount(const std::string& text, long long& value) {
+    if (text.empty()) return false;
+    long long unit = 1;
+    const char last = text.back();
+    if (last == 'K' || last == 'k') unit = 1024;
+    if (last == 'M' || last == 'm') unit = 1024 * 1024;
+    const std::string digits = unit == 1 ? text : text.substr(0, text.size() - 1);
+    if (!ParseInteger(digits, value)) return false;
+    constexpr long long kLimit = 1LL << 50;
+    if (value > kLimit || value < -kLimit) return false;
+    value *= unit;
+    return true;
+}
+
 }  // namespace tnpkg
