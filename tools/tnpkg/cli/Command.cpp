@@ -1,5 +1,7 @@
 #include "cli/Command.h"
 
+#include "cli/Failure.h"
+
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
@@ -49,6 +51,7 @@ std::vector<const Command*> Commands() {
 }
 
 int UsageError(const char* command, const std::string& problem) {
+    RecordFailure(problem);
     std::fprintf(stderr, "tnpkg %s: %s\n(see 'tnpkg %s --help')\n", command, problem.c_str(),
                  command);
     return kUsage;

@@ -17,7 +17,7 @@ constexpr const char* kName = "fat";
 const char* const kUsageText =
     "usage: tnpkg fat info IMAGE [--json]\n"
     "       tnpkg fat ls IMAGE [PATH] [-l] [-R] [--json]\n"
-    "       tnpkg fat get IMAGE PATH... [--to DIR] [--quiet]\n"
+    "       tnpkg fat get IMAGE PATH... [--to DIR] [--quiet] [--keep-partial]\n"
     "       tnpkg fat cat IMAGE PATH\n"
     "       tnpkg fat put IMAGE FILE... [--to PATH] [--quiet] [--no-journal]\n"
     "       tnpkg fat mkdir IMAGE PATH [--no-journal]\n"
@@ -27,12 +27,16 @@ const char* const kUsageText =
     "read at its first FAT partition; --partition N (1-4) picks another, --offset BYTES puts\n"
     "the volume anywhere in the file. Paths inside the volume use / or \\; case does not count,\n"
     "long and short names both match.\n"
-    "  info    geometry, FAT type, free space and label\n"
+    "  info    geometry, FAT type, free space and label; an image shorter than its volume is\n"
+    "          named with the bytes missing (exit status 1)\n"
     "  ls      a folder's entries (size, date, name); -l adds the short name, -R goes down\n"
     "          into the folders\n"
     "  get     copies files and whole folders out into DIR (default: the current folder);\n"
     "          --to - writes files to standard output. Names the PC cannot hold (device names,\n"
     "          \"..\", separators, control characters) are changed and reported\n"
+    "          A file that cannot be read whole (its clusters lie beyond the end of a truncated\n"
+    "          image, or its chain ends early) is named, removed unless --keep-partial, and\n"
+    "          the command ends with exit status 1\n"
     "  cat     writes one file to standard output\n"
     "  put     copies files and folders (with everything in them) into folder PATH of the\n"
     "          volume (default: the root; created when missing). Names FAT cannot hold are\n"
@@ -88,6 +92,14 @@ int Info(FatRequest& r) {
     const bool retyped = m.CoarseFatBits() != m.FatBits();
     const std::string refusal = WriteRefusal(m);
     const std::uint64_t clusterBytes = v.ClusterSize;
+    // Free space and content are what the image's FAT claims; a truncated image holds less.
+    const std::int64_t missing = v.MissingBytes();
+    if (missing > 0) {
+        std::fprintf(stderr,
+                     "tnpkg fat: %s is shorter than its volume: %lld bytes of the volume are "
+                     "missing at its end\n",
+                     r.image.c_str(), static_cast<long long>(missing));
+    }
 
     if (r.args.Flag("--json")) {
         JsonWriter j;
@@ -115,9 +127,10 @@ int Info(FatRequest& r) {
         j.Key("folders").Value(folders);
         j.Key("fileBytes").Value(bytes);
         j.Key("writable").Value(refusal.empty());
+        j.Key("missingBytes").Value(static_cast<std::int64_t>(missing));
         j.EndObject();
         j.Print();
-        return kSuccess;
+        return missing > 0 ? kFailure : kSuccess;
     }
     Print("image:               %s\n", r.image.c_str());
     if (!m.Session()->Recovery().empty()) {
@@ -151,7 +164,11 @@ int Info(FatRequest& r) {
           static_cast<unsigned long long>(files), static_cast<unsigned long long>(folders),
           static_cast<unsigned long long>(bytes));
     Print("writable by tnpkg:   %s\n", refusal.empty() ? "yes" : "no");
-    return kSuccess;
+    if (missing > 0) {
+        Print("truncated:           the image is %lld bytes shorter than its volume\n",
+              static_cast<long long>(missing));
+    }
+    return missing > 0 ? kFailure : kSuccess;
 }
 
 struct Listing {
@@ -255,7 +272,7 @@ const CommandRegistration reg(
        "IMAGE PATH...",
        2,
        kAnyNumber,
-       {{"--to", Takes::Value}, {"--quiet"}, kOffset, kPartition}},
+       {{"--to", Takes::Value}, {"--quiet"}, {"--keep-partial"}, kOffset, kPartition}},
       {"cat", "IMAGE PATH", 2, 2, {kOffset, kPartition}},
       {"put",
        "IMAGE FILE...",

@@ -16,7 +16,8 @@ namespace fs = std::filesystem;
 
 class Extractor {
   public:
-    Extractor(bool quiet, std::uint64_t total) : progress_("extracting", quiet), total_(total) {}
+    Extractor(bool quiet, bool keepPartial, std::uint64_t total)
+        : progress_("extracting", quiet), total_(total), keepPartial_(keepPartial) {}
 
     int Failures() const { return failures_; }
 
@@ -55,6 +56,7 @@ class Extractor {
     Progress progress_;
     std::uint64_t total_;
     std::uint64_t done_ = 0;
+    bool keepPartial_;
     int failures_ = 0;
 
     void Fail(const std::string& text) {
@@ -102,7 +104,13 @@ class Extractor {
         if (!out.Close()) {
             Fail(PathText(target) + ": " + out.Problem());
         } else if (read == StreamResult::Broken) {
-            Fail(Cp1252ToUtf8(NodePath(node)) + ": " + problem);
+            // A file that looks whole but is not is worse than none.
+            std::error_code ec;
+            if (!keepPartial_) fs::remove(target, ec);
+            const std::string fate = keepPartial_ ? "; kept what was read in " + PathText(target)
+                                     : ec ? "; " + PathText(target) + " could not be removed"
+                                          : "; " + PathText(target) + " was removed";
+            Fail(Cp1252ToUtf8(NodePath(node)) + ": " + problem + fate);
         }
     }
 };
@@ -168,7 +176,7 @@ int FatGet(FatRequest& r) {
             ++files;
         }
     }
-    Extractor extractor(r.args.Flag("--quiet"), files);
+    Extractor extractor(r.args.Flag("--quiet"), r.args.Flag("--keep-partial"), files);
     UniqueNames topNames;
     for (tn::TPDirEintrag* node : nodes) {
         if (node->Parent == nullptr) {  // the root: its content goes straight into the target

@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "cli/Command.h"
+#include "cli/Failure.h"
 #include "cli/HostFiles.h"
 #include "cli/Json.h"
 #include "cli/Output.h"
@@ -67,10 +68,8 @@ const char* const kUsageText =
     "finishes erasing in either chip).\n"
     "Numbers may be decimal or hexadecimal with 0x.\n";
 
-bool jsonWanted = false;
-
 int Fail(const std::string& text) {
-    if (jsonWanted) JsonWriter().BeginObject().Key("error").Value(text).EndObject().Print();
+    RecordFailure(text);
     std::fprintf(stderr, "tnpkg flash: %s\n", text.c_str());
     return kFailure;
 }
@@ -338,7 +337,6 @@ int RunFlash(const Args& args) {
     const std::string& action = args.Action();
     const auto& positional = args.Positional();
     const fs::path image = positional[0];
-    jsonWanted = args.Flag("--json");
     store::SessionOptions options;
     options.write = action == "erase" || action == "write";
     options.journal = !args.Flag("--no-journal");

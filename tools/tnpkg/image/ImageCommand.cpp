@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "cli/Command.h"
+#include "cli/Failure.h"
 #include "cli/HostFiles.h"
 #include "cli/Json.h"
 #include "cli/Output.h"
@@ -61,10 +62,8 @@ struct Request {
     const Args& args;
 };
 
-bool jsonWanted = false;
-
 int Fail(const std::string& text) {
-    if (jsonWanted) JsonWriter().BeginObject().Key("error").Value(text).EndObject().Print();
+    RecordFailure(text);
     std::fprintf(stderr, "tnpkg image: %s\n", text.c_str());
     return kFailure;
 }
@@ -183,7 +182,7 @@ int Info(Request& r) {
     const auto erased = std::count(bytes, bytes + image.Size, kErased);
     tn::InitCRC16();
     const auto crc = static_cast<unsigned>(tn::CreateCRC16(image.Buffer, image.Size));
-    if (jsonWanted) {
+    if (r.args.Flag("--json")) {
         JsonWriter json;
         json.BeginObject().Key("file").Value(ImagePath(r).string());
         json.Key("size").Value(image.Size).Key("erased").Value(static_cast<std::int64_t>(erased));
@@ -282,7 +281,6 @@ int RunImage(const Args& args) {
     Request r{args.Action(), "", "", {}, args};
     const auto& positional = args.Positional();
     r.name = BaseName(positional[0]);
-    jsonWanted = args.Flag("--json");
     if (positional.size() > 1) r.file = positional[1];
     if (const auto dir = r.args.Option("--dir")) r.folder = *dir;
 

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "cli/Command.h"
+#include "cli/Failure.h"
 #include "cli/Json.h"
 #include "cli/Output.h"
 #include "cli/Progress.h"
@@ -136,8 +137,7 @@ int RunRecords(const Args& args) {
         Progress progress("records: reading", args.Flag("--quiet"));
         if (!ReadFile(path, bytes, progress)) {
             const std::string problem = "cannot read " + path;
-            if (args.Flag("--json"))
-                JsonWriter().BeginObject().Key("error").Value(problem).EndObject().Print();
+            RecordFailure(problem);
             std::fprintf(stderr, "tnpkg records: %s\n", problem.c_str());
             return kFailure;
         }
