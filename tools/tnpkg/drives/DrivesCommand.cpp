@@ -7,6 +7,7 @@
 #include <string>
 
 #include "cli/Command.h"
+#include "cli/Failure.h"
 #include "cli/Json.h"
 #include "cli/Output.h"
 #include "cli/Warnings.h"
@@ -31,7 +32,12 @@ const char* const kPartitionsUsage =
     "returns it) of a memory-card or disk image file, read from its master boot record, or of\n"
     "the disk that holds drive LETTER (\"E\" or \"E:\"; elsewhere than Windows a letter of\n"
     "TN_DRIVES, whose disk must be readable).\n"
-    "  --json  the decoded entries\n";
+    "Text: each used entry's number (1-4, as sfdisk and `fat --partition` count), type, start\n"
+    "and size in bytes.\n"
+    "  --json  {\"source\": TEXT, \"bytes\": N, \"partitionCount\": N, \"signature\": HEX,\n"
+    "          \"partitions\": [{\"index\": N, \"type\": HEX, \"typeName\": TEXT, \"number\": N,\n"
+    "          \"startingOffset\": N, \"length\": N, \"hiddenSectors\": N, \"boot\": BOOL,\n"
+    "          \"recognized\": BOOL}, ...]}; a failure prints {\"error\": TEXT}\n";
 
 std::string Hex(std::uint32_t value, int digits) {
     char text[16];
@@ -103,6 +109,25 @@ bool IsDriveName(const std::string& word) {
            std::isalpha(static_cast<unsigned char>(word[0]));
 }
 
+// The used slots, numbered as sfdisk and `fat --partition` count them; the package's own report
+// speaks of its test fields and leaves the figures out.
+void PrintPartitionTable(const std::string& source, tn::TPDriveLayout& layout) {
+    Print("%s: disk signature %s\n", source.c_str(), Hex(layout.Signature(), 8).c_str());
+    Print("number  type                  start (bytes)   size (bytes)\n");
+    tn::TPDriveLayout::Entry e;
+    int used = 0;
+    for (int i = 0; layout.Partition(i, e); ++i) {
+        if (e.PartitionType == 0) continue;
+        ++used;
+        const std::string type =
+            Hex(e.PartitionType, 2) + " " + tn::PartitionTable::TypeName(e.PartitionType);
+        Print("%6d  %-20s  %13lld  %13lld%s\n", i + 1, type.c_str(),
+              static_cast<long long>(e.StartingOffset), static_cast<long long>(e.PartitionLength),
+              e.BootIndicator ? "  boot" : "");
+    }
+    if (used == 0) Print("(no partitions)\n");
+}
+
 int RunPartitions(const Args& args) {
     const std::string source = args.Positional()[0];
     const std::string drive = source.substr(0, 1) + ":";
@@ -115,9 +140,14 @@ int RunPartitions(const Args& args) {
                                    : layout.ReadImage(source.c_str());
         read = read && reading.Count() == 0;
     }
-    if (!read) return kFailure;
+    if (!read) {
+        const std::string problem = "cannot read a partition table from " + source;
+        RecordFailure(problem);
+        std::fprintf(stderr, "tnpkg partitions: %s\n", problem.c_str());
+        return kFailure;
+    }
     if (!args.Flag("--json")) {
-        Print("%s\n", ToUtf8(layout.Report()).c_str());
+        PrintPartitionTable(source, layout);
         return kSuccess;
     }
     JsonWriter out;
