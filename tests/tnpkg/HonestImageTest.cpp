@@ -102,3 +102,23 @@ TEST_F(HonestImageTest, StandardInputNamesWithDatAndJson) {
 }
 
 }  // namespace
+
+namespace {
+
+TEST(HonestInput, ConvertReadsAFileOrStandardInput) {
+    TN_REQUIRE_SHELL();
+    const fs::path text = tn::test::ScratchFolder() / "g.txt";
+    std::ofstream(text, std::ios::binary) << "Gr\xFC\xDF"
+                                             "e\n";
+    EXPECT_EQ(tn::test::RunTool("convert --to uml " + Shell(text.string())).output, "Gruesse\n");
+    const auto piped =
+        RunCommand("printf 'Gr\\374\\337e\\n' | " + Shell(TN_TNPKG_PATH) + " convert --to utf8 -");
+    EXPECT_EQ(piped.output,
+              "Gr\xC3\xBC\xC3\x9F"
+              "e\n");
+    const auto missing = tn::test::RunTool("convert --to uml " + Shell(text.string() + "x"), true);
+    EXPECT_EQ(missing.status, 1);
+    EXPECT_TRUE(Has(missing.output, "no such file")) << missing.output;
+}
+
+}  // namespace
