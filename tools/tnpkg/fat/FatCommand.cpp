@@ -49,7 +49,13 @@ const char* const kUsageText =
     "put, mkdir and format take --no-journal for an image in a read-only folder: a crash\n"
     "during the write can then leave IMAGE half-written.\n"
     "FAT12 and FAT16 volumes with 512- to 4096-byte sectors are read and written as the FAT\n"
-    "format defines them (as mtools, fsck.fat and operating systems do); FAT32 is refused.\n";
+    "format defines them (as mtools, fsck.fat and operating systems do); FAT32 is refused.\n"
+    "info --json: {\"image\", \"volume\", \"label\", \"type\", geometry, \"dataClusters\",\n"
+    "\"freeClusters\", \"freeBytes\", \"files\", \"folders\", \"fileBytes\", \"writable\",\n"
+    "\"missingBytes\", ...}; ls --json: {\"path\": TEXT, \"entries\": [{\"name\", \"path\", "
+    "\"short\",\n"
+    "\"type\", \"size\", \"date\", \"attributes\"}, ...]}; a failure prints {\"error\": TEXT}.\n"
+    "Exit status: 0 done, 1 failed (the reason on standard error), 2 usage.\n";
 
 const char* TypeName(int bits) {
     return bits == 12 ? "FAT12" : bits == 16 ? "FAT16" : "none";
