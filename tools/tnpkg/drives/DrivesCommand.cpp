@@ -4,6 +4,7 @@
 
 #include <cctype>
 #include <cstdio>
+#include <iterator>
 #include <string>
 
 #include "cli/Command.h"
@@ -23,7 +24,11 @@ const char* const kDrivesUsage =
     "Lists the drives the package knows, each with its volume information: on Windows the\n"
     "system's drives; elsewhere the letters of the drive map, which the environment variable\n"
     "TN_DRIVES sets, e.g. TN_DRIVES='C=/home/pilot;E=/media/card'.\n"
-    "  --json  one object per drive\n";
+    "Each drive shows its folder (elsewhere than Windows), label, file system, serial number\n"
+    "and kind.\n"
+    "  --json  [{\"letter\", \"path\", \"found\", \"volume\", \"label\", \"serialNumber\",\n"
+    "          \"maximumComponentLength\", \"fileSystemFlags\", \"fileSystem\", \"driveType\",\n"
+    "          \"driveTypeName\" (the package's words), \"kind\"}, ...]\n";
 
 const char* const kPartitionsUsage =
     "usage: tnpkg partitions IMAGE|LETTER [--json]\n"
@@ -45,6 +50,31 @@ std::string Hex(std::uint32_t value, int digits) {
     return text;
 }
 
+// The drive types of the volume query, in the tool's words (the package names them in German).
+const char* DriveKind(unsigned type) {
+    constexpr const char* kKinds[] = {"unknown",    "no such folder", "removable medium",
+                                      "fixed disk", "network drive",  "CD-ROM",
+                                      "RAM disk"};
+    return type < std::size(kKinds) ? kKinds[type] : "unknown";
+}
+
+// One drive as a person reads it: where it lies and what the volume query found there.
+void PrintDrive(char letter, const std::string& path, bool found, const tn::TPVolInfo& v) {
+    const std::string root = std::string(1, letter) + ":";
+    // Elsewhere than Windows a letter stands for a folder of the drive map.
+    const std::string where = path == root ? std::string() : " the folder " + path;
+    Print("%s%s\n", root.c_str(), where.c_str());
+    if (!found) {
+        Print("  not readable: %s\n", DriveKind(static_cast<unsigned>(v.DriveType)));
+        return;
+    }
+    const std::string label = ToUtf8(v.VolumeName);
+    Print("  label:        %s\n", label.empty() ? "(none)" : label.c_str());
+    Print("  file system:  %s\n", ToUtf8(v.FileSystemName).c_str());
+    Print("  serial:       %s\n", Hex(v.SerialNumber, 8).c_str());
+    Print("  kind:         %s\n", DriveKind(static_cast<unsigned>(v.DriveType)));
+}
+
 int RunDrives(const Args& args) {
     // A bad entry of the drive map is reported through a warning; the good ones still list.
     const WarningCapture warnings("tnpkg drives: while reading the drives");
@@ -58,7 +88,6 @@ int RunDrives(const Args& args) {
         const char letter = static_cast<char>('A' + i);
         const std::string path = ToUtf8(tn::DrivePath(letter));
         const bool found = tn::GetVolumeInfo(letter);
-        const std::string text = ToUtf8(tn::VolumeInfoText(letter));
         const tn::TPVolInfo& v = tn::VolInfo;
         if (json) {
             out.BeginObject()
@@ -84,13 +113,14 @@ int RunDrives(const Args& args) {
                 .Value(static_cast<unsigned>(v.DriveType))
                 .Key("driveTypeName")
                 .Value(ToUtf8(tn::DriveTypeName(v.DriveType)))
+                .Key("kind")
+                .Value(DriveKind(static_cast<unsigned>(v.DriveType)))
                 .EndObject();
             continue;
         }
         if (!first) Print("\n");
         first = false;
-        const std::string root = std::string(1, letter) + ":";
-        Print("%s%s\n%s\n", root.c_str(), path == root ? "" : (" " + path).c_str(), text.c_str());
+        PrintDrive(letter, path, found, v);
     }
     out.EndArray();
     if (json) {
