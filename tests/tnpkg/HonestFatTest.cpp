@@ -75,3 +75,16 @@ TEST(HonestFat, FailuresAskedForJsonPrintAnErrorObject) {
 }
 
 }  // namespace
+
+namespace {
+
+TEST(HonestJson, DistanceAndCourseComeAsJson) {
+    TN_REQUIRE_SHELL();
+    EXPECT_EQ(RunTool("dist 47 11 48 11 --json").output, "{\"metres\":111195,\"mode\":2}\n");
+    EXPECT_EQ(RunTool("course 47 11 48 11 --json").output.rfind("{\"degrees\":", 0), 0u);
+    const auto bad = RunTool("dist 47 11 nan 11 --json");
+    EXPECT_EQ(bad.status, 2);
+    EXPECT_EQ(bad.output, "{\"error\":\"not a latitude in degrees or an IGC fix: nan\"}\n");
+}
+
+}  // namespace

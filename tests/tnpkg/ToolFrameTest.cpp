@@ -86,7 +86,7 @@ TEST_F(ToolFrame, EachActionRefusesTheOptionsItDoesNotTake) {
         "records F --to x",
         "convert --json",
         "coord 47 11 --mode 1",
-        "dist 47 11 48 11 --json",
+        "dist 47 11 48 11 --all",
         "course 47 11 48 11 --mode 2",
         "date --json --now",
         "drives --quiet",
