@@ -55,6 +55,6 @@ separate_arguments(flags UNIX_COMMAND "${out}")
 run("pkg-config libdir" ${pkgconfig} --variable=libdir tnpackage)
 string(STRIP "${out}" libdir)
 run("compile with pkg-config's flags"
-    ${TN_CXX_COMPILER} -std=c++20 ${TN_CONSUMER_SOURCE}/main.cpp ${flags} -Wl,-rpath,${libdir}
+    ${TN_CXX_COMPILER} ${TN_CONSUMER_SOURCE}/main.cpp ${flags} -Wl,-rpath,${libdir}
     -o ${TN_WORK_DIR}/pkgconfig-consumer)
 run("pkg-config consumer" ${TN_WORK_DIR}/pkgconfig-consumer)

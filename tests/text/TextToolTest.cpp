@@ -15,7 +15,7 @@ TEST(TextTool, IgcNameMod36AndConvert) {
     EXPECT_EQ(RunTool("mod36 36 3").output + RunTool("mod36 --decode 1z").output, "010\n71\n");
     for (const char* bad : {"igcname 46656 1", "igcname 1 36", "igcname x 1", "mod36",
                             "mod36 1 2 3", "mod36 --decode", "convert", "convert --to klingon",
-                            "convert --to oem --from latin9", "convert --to oem extra"})
+                            "convert --to oem --from latin9", "convert --to oem one two"})
         EXPECT_EQ(RunTool(std::string(bad) + " </dev/null").status, 2) << bad;
 
     const std::string letters = "\xC4\xD6\xDC\xE4\xF6\xFC\xDF";

@@ -61,9 +61,9 @@ TEST(ToolArguments, NumbersAndPointsThatCannotBeReadAreRejected) {
         {"coord 91 0", 2, "not a latitude"},
         {"coord 47 11 12", 2, "unexpected argument: 12"},
         {"coord 4728123X01134567E", 1, "Koordinate nicht lesbar"},
-        {"image dump NONE --offset -1", 2, "--offset and --length take a number"},
+        {"image dump NONE --offset -1", 2, "offset must be 0 or more"},
         {"image create NONE --size 4194305", 2, "--size from 1 to 4194304"},
-        {"image load NONE FILE --offset 0x", 2, "load needs --offset"},
+        {"image load NONE FILE --offset 0x", 2, "offset takes a number of bytes"},
         {"crc --width 16 --poly 0x1021 --init 0x1FFFFFFFF", 2, "--init needs a number"},
         {"records FILE --min-version 65536", 2, "--min-version takes a number"},
     };
@@ -125,7 +125,8 @@ TEST(ToolJson, CoordAndRecordsGiveJsonThatParses) {
                   .output,
               "474687167 11.5761167 4728123N01134567E True\n");
 
-    // Two records, one live, a stride and an erased gap in between.
+    // Two records, one live but with a checksum that fails (so listed only with --all), a
+    // stride and an erased gap in between.
     std::vector<unsigned char> bytes(64, 0xFF);
     const unsigned char live[] = {'Z',  'K',  20, 0, 7,    0,    2,   0,   24,  0,
                                   0xFF, 0x7F, 0,  0, 0xFF, 0xFF, 'a', 'b', 'c', 'd'};
@@ -136,14 +137,14 @@ TEST(ToolJson, CoordAndRecordsGiveJsonThatParses) {
     const std::string path = (tn::test::ScratchFolder() / "records.bin").string();
     std::ofstream(path, std::ios::binary)
         .write(reinterpret_cast<const char*>(bytes.data()), static_cast<long>(bytes.size()));
-    const auto records = RunTool("records '" + path + "' --json");
+    const auto records = RunTool("records '" + path + "' --json --all");
     EXPECT_EQ(records.status, 0);
     EXPECT_EQ(records.output, "{\"file\":\"" + path +
                                   "\",\"records\":[{\"offset\":0,\"type\":7,\"version\":2,"
                                   "\"size\":20,\"stride\":24,\"state\":32767,"
-                                  "\"checksum\":\"invalid\"}]}\n");
+                                  "\"checksum\":\"invalid\",\"damaged\":true}]}\n");
     EXPECT_EQ(RunCommand("'" + std::string(TN_TNPKG_PATH) + "' records '" + path +
-                         "' --json --min-version 0 | python3 -c \"import json,sys; "
+                         "' --json --all --min-version 0 | python3 -c \"import json,sys; "
                          "print(len(json.load(sys.stdin)['records']))\"")
                   .output,
               "1\n");

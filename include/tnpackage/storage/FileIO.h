@@ -38,19 +38,23 @@ inline constexpr int fmCreateV = 3;
 
 /// Opens a file of a FAT volume by path; the handle, or -1 (unknown letter, missing file in a
 /// mode that does not create, nothing could be created). An existing file opened by path has
-/// no current sector until the first FileSeekV: seek before reading or writing.
+/// no current sector until the first FileSeekV: seek before reading or writing. The path's
+/// bytes are Windows-1252 ("\xDC" is the capital U with umlaut), not UTF-8. The letter must be
+/// registered in FATList, which the host creates (the package only declares it) and deletes before
+/// the volumes' media.
 TN_EXPORT int FileOpenV(TPString path, int mode);
 /// Opens a file node (set up on its first cluster); -1 for a null node or one without volume.
 TN_EXPORT int FileOpenV(TPDateiInfo* file, int mode);
 /// FileOpenV(path, 1): creates a missing file, keeps an existing one's contents.
 TN_EXPORT int FileCreateV(TPString path);
 /// Closes a handle (the entry is saved when something was written). Invalid or closed handles
-/// are ignored.
+/// are ignored. Close every handle before deleting FATList or a volume.
 TN_EXPORT void FileCloseV(int handle);
 /// Whether the file exists: on the registered volume of the letter, else on the PC's drive of
 /// that letter; false when the letter is neither.
 TN_EXPORT bool FileExistsV(TPString path);
-/// Reads from the record's position (which does not move: seek before each further read).
+/// Reads from the record's position, which does not move: a second read without a seek reads
+/// the same bytes again. Read a file in one call from position 0, or seek before each read.
 /// Write-only records: warning "Datei '<name>' nur zum Schreiben ge\xF6" "ffnet!" and 0.
 TN_EXPORT int FileReadV(int handle, void* buffer, int count);
 /// Writes at the record's position. Read-only records: warning "Datei '<name>' nur zum Lesen
@@ -58,7 +62,9 @@ TN_EXPORT int FileReadV(int handle, void* buffer, int count);
 TN_EXPORT int FileWriteV(int handle, void* buffer, int count, bool saveEntry = false);
 /// Origin 0 from the start, 1 from the position, 2 from the end. Returns `offset` itself on
 /// success (not the new position), -1 on failure. Past the end a writable file is extended
-/// with 0xFF bytes; a read-only one fails.
+/// with 0xFF bytes; a read-only one fails. Strict: a position that is a non-zero multiple of
+/// the sector size (512) stays on the sector before, and the next read or write starts at the
+/// beginning of that sector, so seeking to 512 and reading gives the file's first bytes.
 TN_EXPORT int FileSeekV(int handle, int offset, int origin);
 /// Copies a file node out of its volume to the 32-bit device address `address` (which must
 /// lie in a mapped device window).

@@ -1,5 +1,7 @@
 #include "cli/Command.h"
 
+#include "cli/Failure.h"
+
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
@@ -49,6 +51,7 @@ std::vector<const Command*> Commands() {
 }
 
 int UsageError(const char* command, const std::string& problem) {
+    RecordFailure(problem);
     std::fprintf(stderr, "tnpkg %s: %s\n(see 'tnpkg %s --help')\n", command, problem.c_str(),
                  command);
     return kUsage;
@@ -60,6 +63,20 @@ bool ParseInteger(const std::string& text, long long& value) {
     char* end = nullptr;
     value = std::strtoll(text.c_str(), &end, 0);
     return errno == 0 && end != nullptr && *end == '\0';
+}
+
+bool ParseByteCount(const std::string& text, long long& value) {
+    if (text.empty()) return false;
+    long long unit = 1;
+    const char last = text.back();
+    if (last == 'K' || last == 'k') unit = 1024;
+    if (last == 'M' || last == 'm') unit = 1024 * 1024;
+    const std::string digits = unit == 1 ? text : text.substr(0, text.size() - 1);
+    if (!ParseInteger(digits, value)) return false;
+    constexpr long long kLimit = 1LL << 50;
+    if (value > kLimit || value < -kLimit) return false;
+    value *= unit;
+    return true;
 }
 
 }  // namespace tnpkg

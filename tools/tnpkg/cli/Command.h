@@ -37,4 +37,8 @@ int UsageError(const char* command, const std::string& problem);
 /// Parses a whole number (decimal, or hexadecimal with 0x); false when it is not one.
 bool ParseInteger(const std::string& text, long long& value);
 
+/// Parses a count of bytes: a whole number as ParseInteger reads it, optionally followed by K
+/// (1024) or M (1024 * 1024). Negative counts are read too; the caller says what is allowed.
+bool ParseByteCount(const std::string& text, long long& value);
+
 }  // namespace tnpkg

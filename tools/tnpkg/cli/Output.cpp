@@ -18,6 +18,7 @@ namespace {
 
 // The first failed write's errno; 0 while everything arrived.
 int outputError = 0;
+bool anythingWritten = false;
 
 void NoteFailure() {
     if (outputError == 0) outputError = errno != 0 ? errno : EIO;
@@ -48,6 +49,7 @@ std::string ToUtf8(const char* text) {
 bool WriteOutput(const void* bytes, std::size_t count) {
     if (outputError != 0) return false;
     if (count == 0) return true;
+    anythingWritten = true;
     errno = 0;
     if (std::fwrite(bytes, 1, count, stdout) != count || std::ferror(stdout) != 0) {
         NoteFailure();
@@ -84,6 +86,10 @@ void BinaryOutput() {
     std::fflush(stdout);
     _setmode(_fileno(stdout), _O_BINARY);
 #endif
+}
+
+bool OutputWritten() {
+    return anythingWritten;
 }
 
 bool OutputFailed() {

@@ -34,6 +34,8 @@ inline bool WriteOutput(const std::string& text) {
 }
 /// Standard output takes bytes unchanged (Windows would otherwise turn "\n" into "\r\n").
 void BinaryOutput();
+/// Whether anything was written to standard output.
+bool OutputWritten();
 /// Whether a write to standard output has failed.
 bool OutputFailed();
 /// Flushes standard output after the command; a failed write becomes exit status 1 with a

@@ -3,7 +3,7 @@
 #include <cstdio>
 #include <utility>
 
-#include "cli/Output.h"
+#include "os/ConsoleText.h"
 
 namespace tnpkg {
 namespace {
@@ -15,7 +15,7 @@ WarningCapture* innermost = nullptr;
 namespace {
 
 void Show(const std::string& doing, const std::string& text) {
-    std::fprintf(stderr, "%s: %s\n", doing.c_str(), ToUtf8(text.c_str()).c_str());
+    std::fprintf(stderr, "%s: %s\n", doing.c_str(), os::ForTerminal(text).c_str());
 }
 
 }  // namespace

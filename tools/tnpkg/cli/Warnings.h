@@ -1,8 +1,9 @@
 // The package reports through one hook, tn::OnWarning. While a WarningCapture lives, the hook
-// is its own: each warning is counted, kept, and shown on standard error as UTF-8 after a few
-// words saying what the tool was doing ("tnpkg fat: while mounting card.img: ..."). Captures
-// nest; a warning counts in every capture that is active and is shown once, with the words of
-// the innermost one. Whether a warning fails the command is the command's own decision.
+// is its own: each warning is counted, kept, and shown on standard error in the terminal's encoding
+// (os/ConsoleText.h) after a few words saying what the tool was doing ("tnpkg fat: while mounting
+// card.img: ..."). Captures nest; a warning counts in every capture that is active and is shown
+// once, with the words of the innermost one. Whether a warning fails the command is the command's
+// own decision.
 #pragma once
 
 #include <tnpackage/tnpackage.h>

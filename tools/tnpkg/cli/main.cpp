@@ -7,6 +7,8 @@
 #include <vector>
 
 #include "cli/Command.h"
+#include "cli/Failure.h"
+#include "cli/Json.h"
 #include "cli/Output.h"
 #include "cli/Warnings.h"
 
@@ -36,6 +38,29 @@ const tnpkg::Command* Find(const char* name) {
     return nullptr;
 }
 
+// Whether the words ask for JSON ("--json" before any "--").
+bool AsksForJson(const std::vector<std::string>& words) {
+    for (const auto& w : words) {
+        if (w == "--") return false;
+        if (w == "--json") return true;
+    }
+    return false;
+}
+
+// A failed command asked for JSON still prints JSON: the reason as {"error": ...}.
+int Finished(int status, bool json) {
+    if (status != tnpkg::kSuccess && json && !tnpkg::OutputWritten()) {
+        const std::string& reason = tnpkg::RecordedFailure();
+        tnpkg::JsonWriter()
+            .BeginObject()
+            .Key("error")
+            .Value(reason.empty() ? std::string("failed") : reason)
+            .EndObject()
+            .Print();
+    }
+    return status;
+}
+
 int Run(int argc, char** argv) {
     if (argc < 2) {
         PrintOverview(false);
@@ -63,8 +88,9 @@ int Run(int argc, char** argv) {
     }
     tnpkg::Args args;
     std::string problem;
+    const bool json = AsksForJson(words);
     if (!tnpkg::ParseArgs(command->grammar, words, args, problem)) {
-        return tnpkg::UsageError(command->name, problem);
+        return Finished(tnpkg::UsageError(command->name, problem), json);
     }
     // The tool reads and writes FAT volumes as the format defines them, as mtools, fsck.fat and
     // operating systems do; the library's compatible default keeps the original's quirks for
@@ -72,7 +98,7 @@ int Run(int argc, char** argv) {
     tn::FATStandard = true;
     // Warnings no command caught for itself are shown; they fail nothing by themselves.
     const tnpkg::WarningCapture shown("tnpkg " + std::string(command->name));
-    return command->run(args);
+    return Finished(command->run(args), json);
 }
 
 }  // namespace

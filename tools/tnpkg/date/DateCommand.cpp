@@ -8,6 +8,7 @@
 
 #include "cli/Command.h"
 #include "cli/Output.h"
+#include "os/LocalTime.h"
 
 namespace tnpkg {
 namespace {
@@ -23,7 +24,8 @@ constexpr const char* kUsage =
     "           Flags: 16 HHMMSS / HHMM / HHhMM, 144 HH:MM, 22 and 150 HH:MM:SS,\n"
     "           24 HH:MM:SS.hh, 32 DDMMYY, 33 and 161 DDMMYYHHMMSS, 34 YYMMDD,\n"
     "           40 DD.MM.YYYY or DD.MM.YY, 43 dYYYYMmmDD tHHMMSS, 44 YYYY-MM-DD.\n"
-    "--now      prints the package clock's local date and time and the UTC date and time.\n"
+    "--now      prints the package clock's local date and time and the UTC date and time,\n"
+    "           with the clock's UTC offset taken from the system (whole hours).\n"
     "--fat HEX  decodes a packed FAT date and time (date in the high 16 bits).\n\n"
     "example: tnpkg date 150712 32\n"
     "         41105.000000000 150712000000\n";
@@ -33,6 +35,16 @@ std::string Stamp(const tn::TPDateTime& t) {
 }
 
 int ShowNow() {
+    // The package assumes two hours until its host says otherwise; the tool is that host.
+    constexpr int kMinutesPerHour = 60;
+    const int minutes = os::UtcOffsetMinutes();
+    if (minutes % kMinutesPerHour != 0) {
+        std::fprintf(stderr,
+                     "tnpkg date: the system's UTC offset of %d minutes is not whole hours; the "
+                     "package clock uses %d hours\n",
+                     minutes, minutes / kMinutesPerHour);
+    }
+    tn::SetUTCOffset(minutes / kMinutesPerHour);
     const tn::TPDateTime local = tn::TPDateTime::CurrentDateTime();
     const tn::TPDateTime utc = tn::CurrentDateTime();
     Print("local %s %.9f\n", Stamp(local).c_str(), double(local));

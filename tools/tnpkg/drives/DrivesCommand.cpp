@@ -4,9 +4,11 @@
 
 #include <cctype>
 #include <cstdio>
+#include <iterator>
 #include <string>
 
 #include "cli/Command.h"
+#include "cli/Failure.h"
 #include "cli/Json.h"
 #include "cli/Output.h"
 #include "cli/Warnings.h"
@@ -22,7 +24,11 @@ const char* const kDrivesUsage =
     "Lists the drives the package knows, each with its volume information: on Windows the\n"
     "system's drives; elsewhere the letters of the drive map, which the environment variable\n"
     "TN_DRIVES sets, e.g. TN_DRIVES='C=/home/pilot;E=/media/card'.\n"
-    "  --json  one object per drive\n";
+    "Each drive shows its folder (elsewhere than Windows), label, file system, serial number\n"
+    "and kind.\n"
+    "  --json  [{\"letter\", \"path\", \"found\", \"volume\", \"label\", \"serialNumber\",\n"
+    "          \"maximumComponentLength\", \"fileSystemFlags\", \"fileSystem\", \"driveType\",\n"
+    "          \"driveTypeName\" (the package's words), \"kind\"}, ...]\n";
 
 const char* const kPartitionsUsage =
     "usage: tnpkg partitions IMAGE|LETTER [--json]\n"
@@ -31,12 +37,42 @@ const char* const kPartitionsUsage =
     "returns it) of a memory-card or disk image file, read from its master boot record, or of\n"
     "the disk that holds drive LETTER (\"E\" or \"E:\"; elsewhere than Windows a letter of\n"
     "TN_DRIVES, whose disk must be readable).\n"
-    "  --json  the decoded entries\n";
+    "Text: each used entry's number (1-4, as sfdisk and `fat --partition` count), type, start\n"
+    "and size in bytes.\n"
+    "  --json  {\"source\": TEXT, \"bytes\": N, \"partitionCount\": N, \"signature\": HEX,\n"
+    "          \"partitions\": [{\"index\": N, \"type\": HEX, \"typeName\": TEXT, \"number\": N,\n"
+    "          \"startingOffset\": N, \"length\": N, \"hiddenSectors\": N, \"boot\": BOOL,\n"
+    "          \"recognized\": BOOL}, ...]}; a failure prints {\"error\": TEXT}\n";
 
 std::string Hex(std::uint32_t value, int digits) {
     char text[16];
     std::snprintf(text, sizeof text, "0x%0*X", digits, static_cast<unsigned>(value));
     return text;
+}
+
+// The drive types of the volume query, in the tool's words (the package names them in German).
+const char* DriveKind(unsigned type) {
+    constexpr const char* kKinds[] = {"unknown",    "no such folder", "removable medium",
+                                      "fixed disk", "network drive",  "CD-ROM",
+                                      "RAM disk"};
+    return type < std::size(kKinds) ? kKinds[type] : "unknown";
+}
+
+// One drive as a person reads it: where it lies and what the volume query found there.
+void PrintDrive(char letter, const std::string& path, bool found, const tn::TPVolInfo& v) {
+    const std::string root = std::string(1, letter) + ":";
+    // Elsewhere than Windows a letter stands for a folder of the drive map.
+    const std::string where = path == root ? std::string() : " the folder " + path;
+    Print("%s%s\n", root.c_str(), where.c_str());
+    if (!found) {
+        Print("  not readable: %s\n", DriveKind(static_cast<unsigned>(v.DriveType)));
+        return;
+    }
+    const std::string label = ToUtf8(v.VolumeName);
+    Print("  label:        %s\n", label.empty() ? "(none)" : label.c_str());
+    Print("  file system:  %s\n", ToUtf8(v.FileSystemName).c_str());
+    Print("  serial:       %s\n", Hex(v.SerialNumber, 8).c_str());
+    Print("  kind:         %s\n", DriveKind(static_cast<unsigned>(v.DriveType)));
 }
 
 int RunDrives(const Args& args) {
@@ -52,7 +88,6 @@ int RunDrives(const Args& args) {
         const char letter = static_cast<char>('A' + i);
         const std::string path = ToUtf8(tn::DrivePath(letter));
         const bool found = tn::GetVolumeInfo(letter);
-        const std::string text = ToUtf8(tn::VolumeInfoText(letter));
         const tn::TPVolInfo& v = tn::VolInfo;
         if (json) {
             out.BeginObject()
@@ -78,13 +113,14 @@ int RunDrives(const Args& args) {
                 .Value(static_cast<unsigned>(v.DriveType))
                 .Key("driveTypeName")
                 .Value(ToUtf8(tn::DriveTypeName(v.DriveType)))
+                .Key("kind")
+                .Value(DriveKind(static_cast<unsigned>(v.DriveType)))
                 .EndObject();
             continue;
         }
         if (!first) Print("\n");
         first = false;
-        const std::string root = std::string(1, letter) + ":";
-        Print("%s%s\n%s\n", root.c_str(), path == root ? "" : (" " + path).c_str(), text.c_str());
+        PrintDrive(letter, path, found, v);
     }
     out.EndArray();
     if (json) {
@@ -103,6 +139,25 @@ bool IsDriveName(const std::string& word) {
            std::isalpha(static_cast<unsigned char>(word[0]));
 }
 
+// The used slots, numbered as sfdisk and `fat --partition` count them; the package's own report
+// speaks of its test fields and leaves the figures out.
+void PrintPartitionTable(const std::string& source, tn::TPDriveLayout& layout) {
+    Print("%s: disk signature %s\n", source.c_str(), Hex(layout.Signature(), 8).c_str());
+    Print("number  type                  start (bytes)   size (bytes)\n");
+    tn::TPDriveLayout::Entry e;
+    int used = 0;
+    for (int i = 0; layout.Partition(i, e); ++i) {
+        if (e.PartitionType == 0) continue;
+        ++used;
+        const std::string type =
+            Hex(e.PartitionType, 2) + " " + tn::PartitionTable::TypeName(e.PartitionType);
+        Print("%6d  %-20s  %13lld  %13lld%s\n", i + 1, type.c_str(),
+              static_cast<long long>(e.StartingOffset), static_cast<long long>(e.PartitionLength),
+              e.BootIndicator ? "  boot" : "");
+    }
+    if (used == 0) Print("(no partitions)\n");
+}
+
 int RunPartitions(const Args& args) {
     const std::string source = args.Positional()[0];
     const std::string drive = source.substr(0, 1) + ":";
@@ -115,9 +170,14 @@ int RunPartitions(const Args& args) {
                                    : layout.ReadImage(source.c_str());
         read = read && reading.Count() == 0;
     }
-    if (!read) return kFailure;
+    if (!read) {
+        const std::string problem = "cannot read a partition table from " + source;
+        RecordFailure(problem);
+        std::fprintf(stderr, "tnpkg partitions: %s\n", problem.c_str());
+        return kFailure;
+    }
     if (!args.Flag("--json")) {
-        Print("%s\n", ToUtf8(layout.Report()).c_str());
+        PrintPartitionTable(source, layout);
         return kSuccess;
     }
     JsonWriter out;

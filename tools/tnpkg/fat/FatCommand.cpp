@@ -17,7 +17,7 @@ constexpr const char* kName = "fat";
 const char* const kUsageText =
     "usage: tnpkg fat info IMAGE [--json]\n"
     "       tnpkg fat ls IMAGE [PATH] [-l] [-R] [--json]\n"
-    "       tnpkg fat get IMAGE PATH... [--to DIR] [--force] [-p] [--quiet]\n"
+    "       tnpkg fat get IMAGE PATH... [--to DIR] [--force] [-p] [--keep-partial] [--quiet]\n"
     "       tnpkg fat cat IMAGE PATH\n"
     "       tnpkg fat put IMAGE FILE... [--to PATH] [--force] [--quiet] [--no-journal]\n"
     "       tnpkg fat mkdir IMAGE PATH [--no-journal]\n"
@@ -32,14 +32,17 @@ const char* const kUsageText =
     "read at its first FAT partition; --partition N (1-4) picks another, --offset BYTES puts\n"
     "the volume anywhere in the file. Paths inside the volume use / or \\; case does not count,\n"
     "long and short names both match.\n"
-    "  info    geometry, FAT type, free space and label\n"
+    "  info    geometry, FAT type, free space and label; an image shorter than its volume is\n"
+    "          named with the bytes missing (exit status 1)\n"
     "  ls      a folder's entries (size, date, name); -l adds the short name, -R goes down\n"
     "          into the folders\n"
     "  get     copies files and whole folders out into DIR (default: the current folder);\n"
     "          --to - writes files to standard output. Names the PC cannot hold (device names,\n"
     "          \"..\", separators, control characters) are changed and reported. An existing\n"
     "          PC file is not overwritten unless --force; -p (--preserve) gives each file and\n"
-    "          folder the modification time of its entry\n"
+    "          folder the modification time of its entry. A file that cannot be read whole\n"
+    "          (its clusters lie beyond the end of a truncated image, or its chain ends early)\n"
+    "          is named, removed unless --keep-partial, and the command ends with exit status 1\n"
     "  cat     writes one file to standard output\n"
     "  put     copies files and folders (with everything in them) into folder PATH of the\n"
     "          volume (default: the root; created when missing). Names FAT cannot hold are\n"
@@ -72,7 +75,13 @@ const char* const kUsageText =
     "Every command that writes takes --no-journal for an image in a read-only folder: a crash\n"
     "during the write can then leave IMAGE half-written.\n"
     "FAT12 and FAT16 volumes with 512- to 4096-byte sectors are read and written as the FAT\n"
-    "format defines them (as mtools, fsck.fat and operating systems do); FAT32 is refused.\n";
+    "format defines them (as mtools, fsck.fat and operating systems do); FAT32 is refused.\n"
+    "info --json: {\"image\", \"volume\", \"label\", \"type\", geometry, \"dataClusters\",\n"
+    "\"freeClusters\", \"freeBytes\", \"files\", \"folders\", \"fileBytes\", \"writable\",\n"
+    "\"missingBytes\", ...}; ls --json: {\"path\": TEXT, \"entries\": [{\"name\", \"path\", "
+    "\"short\",\n"
+    "\"type\", \"size\", \"date\", \"attributes\"}, ...]}; a failure prints {\"error\": TEXT}.\n"
+    "Exit status: 0 done, 1 failed (the reason on standard error), 2 usage.\n";
 
 const char* TypeName(int bits) {
     return bits == 12 ? "FAT12" : bits == 16 ? "FAT16" : "none";
@@ -100,6 +109,14 @@ int Info(FatRequest& r) {
     const bool retyped = m.CoarseFatBits() != m.FatBits();
     const std::string refusal = WriteRefusal(m);
     const std::uint64_t clusterBytes = v.ClusterSize;
+    // Free space and content are what the image's FAT claims; a truncated image holds less.
+    const std::int64_t missing = v.MissingBytes();
+    if (missing > 0) {
+        std::fprintf(stderr,
+                     "tnpkg fat: %s is shorter than its volume: %lld bytes of the volume are "
+                     "missing at its end\n",
+                     r.image.c_str(), static_cast<long long>(missing));
+    }
 
     if (r.args.Flag("--json")) {
         JsonWriter j;
@@ -127,9 +144,10 @@ int Info(FatRequest& r) {
         j.Key("folders").Value(folders);
         j.Key("fileBytes").Value(bytes);
         j.Key("writable").Value(refusal.empty());
+        j.Key("missingBytes").Value(static_cast<std::int64_t>(missing));
         j.EndObject();
         j.Print();
-        return kSuccess;
+        return missing > 0 ? kFailure : kSuccess;
     }
     Print("image:               %s\n", r.image.c_str());
     if (!m.Session()->Recovery().empty()) {
@@ -163,7 +181,11 @@ int Info(FatRequest& r) {
           static_cast<unsigned long long>(files), static_cast<unsigned long long>(folders),
           static_cast<unsigned long long>(bytes));
     Print("writable by tnpkg:   %s\n", refusal.empty() ? "yes" : "no");
-    return kSuccess;
+    if (missing > 0) {
+        Print("truncated:           the image is %lld bytes shorter than its volume\n",
+              static_cast<long long>(missing));
+    }
+    return missing > 0 ? kFailure : kSuccess;
 }
 
 struct Listing {
@@ -275,6 +297,7 @@ const CommandRegistration reg(
         {"--force"},
         {"-p"},
         {"--preserve"},
+        {"--keep-partial"},
         {"--quiet"},
         kOffset,
         kPartition}},

@@ -35,8 +35,9 @@ std::optional<fs::file_time_type> HostTime(std::uint32_t v) {
 
 struct ExtractOptions {
     bool quiet = false;
-    bool overwrite = false;  // an existing PC file is replaced
-    bool preserve = false;   // the entry's modification time goes to the PC's copy
+    bool overwrite = false;    // an existing PC file is replaced
+    bool preserve = false;     // the entry's modification time goes to the PC's copy
+    bool keepPartial = false;  // a file that could not be read whole stays as far as it went
 };
 
 class Extractor {
@@ -84,6 +85,7 @@ class Extractor {
     ExtractOptions options_;
     std::uint64_t total_;
     std::uint64_t done_ = 0;
+    bool keepPartial_;
     int failures_ = 0;
 
     void Fail(const std::string& text) {
@@ -145,7 +147,14 @@ class Extractor {
             return false;
         }
         if (read == StreamResult::Broken) {
-            Fail(Cp1252ToUtf8(NodePath(node)) + ": " + problem);
+            // A file that looks whole but is not is worse than none.
+            std::error_code removed;
+            if (!options_.keepPartial) fs::remove(target, removed);
+            const std::string fate = options_.keepPartial
+                                         ? "; kept what was read in " + PathText(target)
+                                     : removed ? "; " + PathText(target) + " could not be removed"
+                                               : "; " + PathText(target) + " was removed";
+            Fail(Cp1252ToUtf8(NodePath(node)) + ": " + problem + fate);
             return false;
         }
         return true;
@@ -217,6 +226,7 @@ int FatGet(FatRequest& r) {
     options.quiet = r.args.Flag("--quiet");
     options.overwrite = r.args.Flag("--force");
     options.preserve = r.args.Flag("-p") || r.args.Flag("--preserve");
+    options.keepPartial = r.args.Flag("--keep-partial");
     Extractor extractor(options, files);
     UniqueNames topNames;
     for (tn::TPDirEintrag* node : nodes) {

@@ -5,9 +5,11 @@
 #include <fstream>
 #include <system_error>
 
+#include "cli/Failure.h"
 #include "cli/Output.h"
 #include "cli/Warnings.h"
 #include "fat/HostNames.h"
+#include "store/OverlayMedium.h"
 
 namespace tnpkg {
 namespace {
@@ -362,7 +364,12 @@ StreamResult StreamNode(tn::TPDirEintrag& node, const ByteSink& sink, std::strin
         problem = ChainEnds(0, size);
         return StreamResult::Broken;
     }
-    const WarningCapture reading("tnpkg fat: while reading " + Cp1252ToUtf8(NodePath(node)));
+    // A truncated image gives a warning for every sector beyond its end: one line per file
+    // says it instead.
+    const WarningCapture reading("tnpkg fat: while reading " + Cp1252ToUtf8(NodePath(node)),
+                                 WarningCapture::Showing::Held);
+    const auto* medium = dynamic_cast<const store::OverlayMedium*>(volume->Medium);
+    const std::int64_t outsideBefore = medium != nullptr ? medium->BytesReadOutside() : 0;
     auto& file = static_cast<tn::TPDateiInfo&>(node);
     tn::TPFile record;
     record.Open(&file);
@@ -383,6 +390,14 @@ StreamResult StreamNode(tn::TPDirEintrag& node, const ByteSink& sink, std::strin
         // A record that could not step on to a next cluster stays behind its last sector.
         if (got < want || record.SectorIndex >= volume->SectorsPerCluster) break;
     }
+    const std::int64_t outside = medium != nullptr ? medium->BytesReadOutside() - outsideBefore : 0;
+    if (outside > 0) {
+        problem = std::to_string(std::min<std::int64_t>(outside, size)) + " of its " +
+                  std::to_string(size) + " bytes lie beyond the end of the image, which is " +
+                  "shorter than its volume";
+        return StreamResult::Broken;
+    }
+    reading.ShowHeld(static_cast<std::size_t>(reading.Count()));
     if (done < size) {
         problem = ChainEnds(done, size);
         return StreamResult::Broken;
@@ -413,6 +428,7 @@ void CountTree(tn::TPDirEintrag* folder, std::uint64_t& files, std::uint64_t& fo
 }
 
 int FatFail(const std::string& text) {
+    RecordFailure(text);
     std::fprintf(stderr, "tnpkg fat: %s\n", text.c_str());
     return kFailure;
 }

@@ -14,8 +14,12 @@
 #include <vector>
 
 #include "cli/Command.h"
+#include "cli/Failure.h"
+#include "cli/HostFiles.h"
+#include "cli/Json.h"
 #include "cli/Output.h"
 #include "cli/Warnings.h"
+#include "records/RecordHealth.h"
 #include "store/ImageSession.h"
 #include "store/PrivateFolder.h"
 
@@ -29,21 +33,30 @@ constexpr const char* kName = "flash";
 constexpr std::uint32_t kSourceWindow = 0x10000000;
 
 const char* const kUsageText =
-    "usage: tnpkg flash info IMAGE\n"
-    "       tnpkg flash records IMAGE [--min-version N]\n"
+    "usage: tnpkg flash info IMAGE [--json]\n"
+    "       tnpkg flash records IMAGE [--min-version N] [--all] [--json]\n"
     "       tnpkg flash erase IMAGE (--sector N | --chip) [FAULTS]\n"
-    "       tnpkg flash write IMAGE FILE --offset N [FAULTS]\n"
+    "       tnpkg flash write IMAGE FILE --offset N [FAULTS]   (FILE - : standard input)\n"
     "\n"
     "Works on a flash image (the contents of the two flash chips, a whole number of 128 KiB\n"
     "sectors up to 4 MiB, such as Flash.DAT; `tnpkg image create Flash --size 4194304` makes an\n"
     "erased one) through the simulated chips, with the chips' command cycles and data polling.\n"
     "  info     size, sectors, which sectors are blank, and the live records by type\n"
     "  records  the live records: offset, type, version, size, stride, state, checksum\n"
+    "A record whose magic is not \"ZK\" or whose checksum is invalid (what a power cut in the\n"
+    "middle of a record leaves) is damaged: info and records pass it over and say how many on\n"
+    "standard error; records --all lists it, marked \"damaged\".\n"
+    "info --json: {\"file\": TEXT, \"size\": N, \"sectors\": N, \"blank\": [N, ...],\n"
+    "  \"records\": N, \"damaged\": N, \"types\": {\"TYPE\": N, ...}}\n"
+    "records --json: {\"records\": [{\"offset\": N, \"type\": N, \"version\": N, \"size\": N,\n"
+    "  \"stride\": N, \"state\": N, \"checksum\": TEXT, \"damaged\": true (only when so)}, ...]}\n"
+    "A failure with --json prints {\"error\": TEXT}.\n"
     "Records are found as the package reads a region of records, one region per sector from\n"
     "its first byte: erased flash is stepped over by 0xFFFF bytes, so records are found when\n"
     "they follow one another from the start of a sector.\n"
     "  erase    erases sector N (0-based) or the whole chip pair\n"
-    "  write    programs FILE at OFFSET (MemCopy): when the bytes there are not all blank,\n"
+    "  write    programs FILE at an even OFFSET (MemCopy): when the bytes there are not all "
+    "blank,\n"
     "           the sectors it touches are erased first, and whatever else they held is lost\n"
     "The image is changed in place only when the command succeeded, behind a journal that\n"
     "undoes an interrupted write at the next tnpkg command; a failure reported by the chips'\n"
@@ -56,6 +69,7 @@ const char* const kUsageText =
     "Numbers may be decimal or hexadecimal with 0x.\n";
 
 int Fail(const std::string& text) {
+    RecordFailure(text);
     std::fprintf(stderr, "tnpkg flash: %s\n", text.c_str());
     return kFailure;
 }
@@ -101,12 +115,21 @@ class RecordCollector : public tn::TPSaveList {
     }
 };
 
-// The live records, scanning each sector as a region of its own.
-std::vector<const tn::TPSaveObject*> LiveRecords(const tn::TFlash& flash, int minimumVersion) {
+// The records the scan takes as live, scanning each sector as a region of its own; the damaged
+// ones only when `all`, and their count in `damaged` either way.
+std::vector<const tn::TPSaveObject*> LiveRecords(const tn::TFlash& flash, int minimumVersion,
+                                                 bool all, int& damaged) {
     RecordCollector collector;
     for (int at = 0; at + tn::TFlash::kSectorSize <= flash.Size; at += tn::TFlash::kSectorSize)
         collector.LoadRegion(flash.Buffer + at, tn::TFlash::kSectorSize, minimumVersion);
-    return collector.records;
+    std::vector<const tn::TPSaveObject*> shown;
+    damaged = 0;
+    for (const auto* r : collector.records) {
+        const bool intact = RecordIntact(*r);
+        if (!intact) ++damaged;
+        if (intact || all) shown.push_back(r);
+    }
+    return shown;
 }
 
 const char* ChecksumText(const tn::TPSaveObject* r) {
@@ -134,7 +157,7 @@ bool BlankSector(const tn::TFlash& flash, int sector) {
     return true;
 }
 
-int Info(tn::TFlash& flash, const fs::path& image) {
+int Info(tn::TFlash& flash, const fs::path& image, bool json) {
     const int sectors = flash.Size / tn::TFlash::kSectorSize;
     std::string blank;
     int blankCount = 0;
@@ -143,10 +166,26 @@ int Info(tn::TFlash& flash, const fs::path& image) {
         ++blankCount;
         blank += (blank.empty() ? "" : " ") + std::to_string(s);
     }
-    const auto records = LiveRecords(flash, 1);
+    int damaged = 0;
+    const auto records = LiveRecords(flash, 1, false, damaged);
     std::map<unsigned, int> byType;
     for (const auto* r : records)
         ++byType[r->Type];
+    if (damaged > 0) std::fputs(PassedOverNote("flash", damaged).c_str(), stderr);
+    if (json) {
+        JsonWriter out;
+        out.BeginObject().Key("file").Value(image.string()).Key("size").Value(flash.Size);
+        out.Key("sectors").Value(sectors).Key("blank").BeginArray();
+        for (int s = 0; s < sectors; ++s) {
+            if (BlankSector(flash, s)) out.Value(s);
+        }
+        out.EndArray().Key("records").Value(static_cast<std::uint64_t>(records.size()));
+        out.Key("damaged").Value(damaged).Key("types").BeginObject();
+        for (const auto& [type, count] : byType)
+            out.Key(std::to_string(type)).Value(count);
+        out.EndObject().EndObject().Print();
+        return kSuccess;
+    }
     Print("file:    %s\n", image.string().c_str());
     Print("size:    %d bytes (0x%X), 2 chips\n", flash.Size, static_cast<unsigned>(flash.Size));
     Print("sectors: %d of 128 KiB, %d blank%s%s\n", sectors, blankCount, blank.empty() ? "" : ": ",
@@ -164,12 +203,31 @@ int Records(tn::TFlash& flash, const Args& args) {
             return UsageError(kName, "--min-version takes a number from 0 to 65535");
         }
     }
-    const auto records = LiveRecords(flash, static_cast<int>(minimum));
+    int damaged = 0;
+    const auto records = LiveRecords(flash, static_cast<int>(minimum), args.Flag("--all"), damaged);
+    if (!args.Flag("--all") && damaged > 0)
+        std::fputs(PassedOverNote("flash", damaged).c_str(), stderr);
+    if (args.Flag("--json")) {
+        JsonWriter out;
+        out.BeginObject().Key("records").BeginArray();
+        for (const auto* r : records) {
+            const auto offset = reinterpret_cast<const char*>(r) - flash.Buffer;
+            out.BeginObject().Key("offset").Value(static_cast<std::int64_t>(offset));
+            out.Key("type").Value(unsigned{r->Type}).Key("version").Value(unsigned{r->Version});
+            out.Key("size").Value(unsigned{r->Size}).Key("stride").Value(unsigned{r->Stride});
+            out.Key("state").Value(unsigned{r->State}).Key("checksum").Value(ChecksumText(r));
+            if (!RecordIntact(*r)) out.Key("damaged").Value(true);
+            out.EndObject();
+        }
+        out.EndArray().EndObject().Print();
+        return kSuccess;
+    }
     Print("offset       type  version   size  stride  state   checksum\n");
     for (const auto* r : records) {
         const auto offset = reinterpret_cast<const char*>(r) - flash.Buffer;
-        Print("0x%08lX  %5u  %7u  %5u  0x%04X  0x%04X  %s\n", static_cast<unsigned long>(offset),
-              r->Type, r->Version, r->Size, r->Stride, r->State, ChecksumText(r));
+        Print("0x%08lX  %5u  %7u  %5u  0x%04X  0x%04X  %s%s\n", static_cast<unsigned long>(offset),
+              r->Type, r->Version, r->Size, r->Stride, r->State, ChecksumText(r),
+              RecordIntact(*r) ? "" : "  damaged");
     }
     return kSuccess;
 }
@@ -217,16 +275,29 @@ int Erase(tn::TFlash& flash, const Args& args, bool& changed) {
     return kSuccess;
 }
 
+std::string ToHex(long long value) {
+    char text[24];
+    std::snprintf(text, sizeof text, "%llX", value);
+    return text;
+}
+
 int Write(tn::TFlash& flash, const Args& args, const std::string& file, bool& changed) {
     long long offset = 0;
     const auto text = args.Option("--offset");
-    if (!text || !ParseInteger(*text, offset) || offset < 0 || offset >= flash.Size) {
+    if (!text || !ParseByteCount(*text, offset) || offset < 0 || offset >= flash.Size) {
         return UsageError(kName, "write needs --offset inside the image");
     }
-    std::ifstream in(file, std::ios::binary);
-    if (!in) return Fail("cannot read " + file);
-    std::vector<unsigned char> bytes((std::istreambuf_iterator<char>(in)),
-                                     std::istreambuf_iterator<char>());
+    // The chips take 16-bit words: the bytes of an odd offset would land one byte lower.
+    if (offset % 2 != 0) {
+        return UsageError(kName,
+                          "--offset must be even: the chips are programmed in 16-bit "
+                          "words, so the bytes would land at 0x" +
+                              ToHex(offset - 1));
+    }
+    std::vector<char> read;
+    std::string problem;
+    if (!ReadInputFile(file, read, problem)) return Fail(problem);
+    std::vector<unsigned char> bytes(read.begin(), read.end());
     if (bytes.empty()) return Fail(file + " is empty");
     if (static_cast<long long>(bytes.size()) > flash.Size - offset) {
         return Fail(file + " does not fit into the image at offset " + std::to_string(offset));
@@ -293,7 +364,7 @@ int RunFlash(const Args& args) {
             return UsageError(kName,
                               "--stuck and --bad-sector take an offset / a sector of the image");
         }
-        if (action == "info") status = Info(flash, image);
+        if (action == "info") status = Info(flash, image, args.Flag("--json"));
         if (action == "records") status = Records(flash, args);
         if (action == "erase") status = Erase(flash, args, changed);
         if (action == "write") status = Write(flash, args, positional[1], changed);
@@ -310,29 +381,30 @@ int RunFlash(const Args& args) {
     return kSuccess;
 }
 
-const CommandRegistration reg({kName,
-                               "inspect, erase and program a flash image through the chip model",
-                               kUsageText,
-                               {{"info", "IMAGE", 1, 1, {}},
-                                {"records", "IMAGE", 1, 1, {{"--min-version", Takes::Value}}},
-                                {"erase",
-                                 "IMAGE",
-                                 1,
-                                 1,
-                                 {{"--sector", Takes::Value},
-                                  {"--chip"},
-                                  {"--stuck", Takes::Value},
-                                  {"--bad-sector", Takes::Value},
-                                  {"--no-journal"}}},
-                                {"write",
-                                 "IMAGE FILE",
-                                 2,
-                                 2,
-                                 {{"--offset", Takes::Value},
-                                  {"--stuck", Takes::Value},
-                                  {"--bad-sector", Takes::Value},
-                                  {"--no-journal"}}}},
-                               RunFlash});
+const CommandRegistration reg(
+    {kName,
+     "inspect, erase and program a flash image through the chip model",
+     kUsageText,
+     {{"info", "IMAGE", 1, 1, {{"--json"}}},
+      {"records", "IMAGE", 1, 1, {{"--min-version", Takes::Value}, {"--all"}, {"--json"}}},
+      {"erase",
+       "IMAGE",
+       1,
+       1,
+       {{"--sector", Takes::Value},
+        {"--chip"},
+        {"--stuck", Takes::Value},
+        {"--bad-sector", Takes::Value},
+        {"--no-journal"}}},
+      {"write",
+       "IMAGE FILE",
+       2,
+       2,
+       {{"--offset", Takes::Value},
+        {"--stuck", Takes::Value},
+        {"--bad-sector", Takes::Value},
+        {"--no-journal"}}}},
+     RunFlash});
 
 }  // namespace
 }  // namespace tnpkg

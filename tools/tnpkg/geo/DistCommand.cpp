@@ -1,9 +1,11 @@
 // `tnpkg dist`: the distance between two points by one of the package's formulas.
 #include <tnpackage/tnpackage.h>
 
+#include <cmath>
 #include <cstdio>
 
 #include "cli/Command.h"
+#include "cli/Json.h"
 #include "cli/Output.h"
 #include "cli/Warnings.h"
 #include "geo/GeoPoints.h"
@@ -28,6 +30,17 @@ int RunDist(const Args& args) {
     tn::DistanzModus = static_cast<int>(mode);
     const tn::zkFloat metres = points[0].Entfernung(points[1]);
     tn::DistanzModus = previous;
+    if (args.Flag("--json")) {
+        JsonWriter()
+            .BeginObject()
+            .Key("metres")
+            .Value(std::round(static_cast<double>(metres)))
+            .Key("mode")
+            .Value(static_cast<int>(mode))
+            .EndObject()
+            .Print();
+        return kSuccess;
+    }
     Print("%.0f\n", static_cast<double>(metres));
     return kSuccess;
 }
@@ -35,13 +48,14 @@ int RunDist(const Args& args) {
 const CommandRegistration reg(
     {"dist",
      "distance between two points in metres",
-     "usage: tnpkg dist POINT POINT [--mode N]\n\n"
+     "usage: tnpkg dist POINT POINT [--mode N] [--json]\n\n"
      "Prints the distance between two points in whole metres. A point is either an IGC fix\n"
      "text (4728123N01134567E) or two decimal numbers, latitude and longitude in degrees\n"
      "(north and east positive).\n\n"
      "  --mode N   formula: 1 flat earth, 2 law of cosines (default), 3 the historical\n"
-     "             formula, 4 haversine, 100 WGS84 ellipsoid\n",
-     {{nullptr, "POINT POINT", 2, 4, {{"--mode", Takes::Value}}}},
+     "             formula, 4 haversine, 100 WGS84 ellipsoid\n"
+     "  --json     {\"metres\": N, \"mode\": N}; a failure prints {\"error\": TEXT}\n",
+     {{nullptr, "POINT POINT", 2, 4, {{"--mode", Takes::Value}, {"--json"}}}},
      RunDist});
 
 }  // namespace

@@ -11,8 +11,10 @@
 #include <vector>
 
 #include "cli/Command.h"
+#include "cli/Failure.h"
+#include "cli/HostFiles.h"
+#include "cli/Json.h"
 #include "cli/Output.h"
-#include "cli/Warnings.h"
 #include "image/SessionImage.h"
 
 namespace tnpkg {
@@ -26,12 +28,13 @@ constexpr unsigned char kErased = 0xFF;
 
 const char* const kUsageText =
     "usage: tnpkg image create NAME --size BYTES [--dir DIR] [--force] [--no-journal]\n"
-    "       tnpkg image info NAME [--dir DIR]\n"
+    "       tnpkg image info NAME [--dir DIR] [--json]\n"
     "       tnpkg image dump NAME [--offset N] [--length N] [--dir DIR]\n"
     "       tnpkg image load NAME FILE --offset N [--length N] [--dir DIR] [--no-journal]\n"
     "       tnpkg image save NAME FILE --offset N --length N [--dir DIR]\n"
     "\n"
-    "Works on the memory image NAME.DAT in DIR (the image folder; default the current one).\n"
+    "Works on the memory image NAME.DAT in DIR (the image folder; default the current one);\n"
+    "NAME may be given with or without .DAT.\n"
     "  create  a new image of BYTES bytes (1 to 4194304), all 0xFF (erased flash); an existing\n"
     "          image is replaced only with --force\n"
     "  info    file, size, how many bytes are still erased (0xFF), and the CRC-16/XMODEM of\n"
@@ -42,8 +45,14 @@ const char* const kUsageText =
     "          The image is changed in place behind a journal that undoes an interrupted load\n"
     "          at the next tnpkg command; --no-journal writes without it (for a read-only\n"
     "          folder), and a crash during the write can then leave the image half-written\n"
+    "          FILE - reads standard input\n"
     "  save    writes LENGTH bytes of the image from OFFSET into FILE (LENGTH 0: an empty file)\n"
-    "Numbers may be decimal or hexadecimal with 0x.\n";
+    "A range outside the image is refused. Numbers may be decimal or hexadecimal with 0x, and\n"
+    "sizes and offsets may end in K (1024) or M (1048576).\n"
+    "\n"
+    "info --json prints {\"file\": TEXT, \"size\": N, \"erased\": N, \"crc16\": N}; a failure\n"
+    "prints {\"error\": TEXT}.\n"
+    "Exit status: 0 done, 1 failed (nothing was written), 2 usage.\n";
 
 struct Request {
     std::string action;
@@ -54,24 +63,49 @@ struct Request {
 };
 
 int Fail(const std::string& text) {
+    RecordFailure(text);
     std::fprintf(stderr, "tnpkg image: %s\n", text.c_str());
     return kFailure;
 }
 
-// A non-negative number option that fits the image's integer fields.
-std::optional<int> Number(const Args& args, const char* option, bool& bad) {
+// A number option that fits the image's integer fields; `problem` says why one does not.
+std::optional<int> Number(const Args& args, const char* option, std::string& problem) {
     const auto text = args.Option(option);
     if (!text) return std::nullopt;
+    const std::string name = std::string(option).substr(2);
     long long value = 0;
-    if (!ParseInteger(*text, value) || value < 0 || value > 0x7FFFFFFF) {
-        bad = true;
-        return std::nullopt;
+    if (!ParseByteCount(*text, value)) {
+        problem = name + " takes a number of bytes, not '" + *text + "'";
+    } else if (value < 0) {
+        problem = name + " must be 0 or more";
+    } else if (value > 0x7FFFFFFF) {
+        problem = name + " is too large";
+    } else {
+        return static_cast<int>(value);
     }
-    return static_cast<int>(value);
+    return std::nullopt;
+}
+
+// "MEM" and "MEM.DAT" name the same image.
+std::string BaseName(const std::string& name) {
+    const std::string extension = tn::TPSpeicher::kExtension;
+    const bool hasExtension =
+        name.size() > extension.size() &&
+        name.compare(name.size() - extension.size(), extension.size(), extension) == 0;
+    return hasExtension ? name.substr(0, name.size() - extension.size()) : name;
 }
 
 fs::path ImagePath(const Request& r) {
     return r.folder / (r.name + tn::TPSpeicher::kExtension);
+}
+
+// Whether bytes [offset, offset + length) lie in an image of `size` bytes; says why not.
+bool InsideImage(const Request& r, long long offset, long long length, int size) {
+    if (offset + length <= size) return true;
+    Fail("bytes " + std::to_string(offset) + " to " + std::to_string(offset + length) +
+         " are outside " + ImagePath(r).string() + ", which has " + std::to_string(size) +
+         " bytes");
+    return false;
 }
 
 // The size of an existing image of `length` bytes, or a failure message when it cannot be
@@ -87,12 +121,6 @@ std::optional<int> ExistingImageSize(const Request& r, std::int64_t length, std:
         return static_cast<int>(length);
     }
     return std::nullopt;
-}
-
-// The package reports a file it cannot read or write only through a warning: the image
-// commands take any warning as their step failing.
-std::string Doing(const Request& r) {
-    return "tnpkg image: while working on " + ImagePath(r).string();
 }
 
 // Opens the image through a session and loads its bytes; false after reporting why not.
@@ -114,10 +142,10 @@ bool OpenImage(const Request& r, bool write, SessionImage& image) {
 }
 
 int Create(Request& r) {
-    bool bad = false;
-    const auto size = Number(r.args, "--size", bad);
-    if (bad || !size || *size < 1 || *size > tn::TPSpeicher::kMaxSavedSize) {
-        return UsageError(kName, "create needs --size from 1 to 4194304");
+    std::string wrong;
+    const auto size = Number(r.args, "--size", wrong);
+    if (!wrong.empty() || !size || *size < 1 || *size > tn::TPSpeicher::kMaxSavedSize) {
+        return UsageError(kName, "create needs --size from 1 to 4194304 (4M)");
     }
     const fs::path path = ImagePath(r);
     std::error_code ec;
@@ -152,11 +180,19 @@ int Info(Request& r) {
     tn::TPImageSpeicher& image = opened.Image();
     const auto* bytes = reinterpret_cast<const unsigned char*>(image.Buffer);
     const auto erased = std::count(bytes, bytes + image.Size, kErased);
+    tn::InitCRC16();
+    const auto crc = static_cast<unsigned>(tn::CreateCRC16(image.Buffer, image.Size));
+    if (r.args.Flag("--json")) {
+        JsonWriter json;
+        json.BeginObject().Key("file").Value(ImagePath(r).string());
+        json.Key("size").Value(image.Size).Key("erased").Value(static_cast<std::int64_t>(erased));
+        json.Key("crc16").Value(crc).EndObject().Print();
+        return kSuccess;
+    }
     Print("file:   %s\n", ImagePath(r).string().c_str());
     Print("size:   %d bytes (0x%X)\n", image.Size, static_cast<unsigned>(image.Size));
     Print("erased: %ld bytes\n", static_cast<long>(erased));
-    tn::InitCRC16();
-    Print("crc16:  0x%04X\n", static_cast<unsigned>(tn::CreateCRC16(image.Buffer, image.Size)));
+    Print("crc16:  0x%04X\n", crc);
     return kSuccess;
 }
 
@@ -177,16 +213,16 @@ void DumpLine(const unsigned char* bytes, int address, int count) {
 }
 
 int Dump(Request& r) {
-    bool bad = false;
-    const int offset = Number(r.args, "--offset", bad).value_or(0);
-    const auto length = Number(r.args, "--length", bad);
-    if (bad) return UsageError(kName, "--offset and --length take a number of bytes");
+    std::string wrong;
+    const int offset = Number(r.args, "--offset", wrong).value_or(0);
+    const auto length = Number(r.args, "--length", wrong);
+    if (!wrong.empty()) return UsageError(kName, wrong);
     SessionImage opened;
     if (!OpenImage(r, false, opened)) return kFailure;
     tn::TPImageSpeicher& image = opened.Image();
     const int size = image.Size;
-    if (offset > size) return Fail("offset beyond the image's " + std::to_string(size) + " bytes");
-    const int end = length ? offset + std::min(*length, size - offset) : size;
+    if (!InsideImage(r, offset, length.value_or(0), size)) return kFailure;
+    const int end = length ? offset + *length : size;
     const auto* bytes = reinterpret_cast<const unsigned char*>(image.Buffer);
     for (int address = offset; address < end; address += kBytesPerDumpLine) {
         DumpLine(bytes + address, address, std::min(kBytesPerDumpLine, end - address));
@@ -194,30 +230,47 @@ int Dump(Request& r) {
     return kSuccess;
 }
 
+// What the image's own load does with a file (a short one leaves four 0x00 bytes and then
+// erased flash behind its data), for any input the tool reads, standard input included.
+bool LoadInto(char* slice, int count, const std::string& file, std::string& problem) {
+    constexpr std::size_t kZeroPadding = 4;
+    std::vector<char> bytes;
+    if (!ReadInputFile(file, bytes, problem)) return false;
+    const std::size_t wanted = static_cast<std::size_t>(count);
+    const std::size_t taken = std::min(bytes.size(), wanted);
+    if (taken > 0) std::memcpy(slice, bytes.data(), taken);
+    const std::size_t zeros = std::min(wanted - taken, kZeroPadding);
+    std::memset(slice + taken, 0, zeros);
+    std::memset(slice + taken + zeros, kErased, wanted - taken - zeros);
+    return true;
+}
+
 int LoadOrSave(Request& r, bool load) {
-    bool bad = false;
-    const auto offset = Number(r.args, "--offset", bad);
-    const auto length = Number(r.args, "--length", bad);
-    if (bad || !offset || (!load && !length)) {
+    std::string wrong;
+    const auto offset = Number(r.args, "--offset", wrong);
+    const auto length = Number(r.args, "--length", wrong);
+    if (!wrong.empty()) return UsageError(kName, wrong);
+    if (!offset || (!load && !length)) {
         return UsageError(kName, load ? "load needs --offset (and takes --length)"
                                       : "save needs --offset and --length");
     }
     SessionImage opened;
     if (!OpenImage(r, load, opened)) return kFailure;
     tn::TPImageSpeicher& image = opened.Image();
-    const std::string& file = r.file;
-    const WarningCapture warnings(Doing(r));
-    if (load) {
-        image.Laden(file.c_str(), *offset, length.value_or(0));
-    } else {
-        image.Speichern(file.c_str(), *offset, *length);
+    const int count = length.value_or(0) == 0 && load ? image.Size - *offset : *length;
+    if (!InsideImage(r, *offset, count, image.Size)) return kFailure;
+    std::string problem;
+    if (load && !LoadInto(image.Buffer + *offset, count, r.file, problem)) return Fail(problem);
+    if (!load && !WriteOutputFile(r.file, image.Buffer + *offset, static_cast<std::size_t>(count),
+                                  problem)) {
+        return Fail(problem);
     }
-    if (warnings.Count() > 0) return kFailure;
     const std::string shown = ImagePath(r).string();
     if (load) {
-        std::string problem;
         if (!opened.Commit(problem)) return Fail(problem + "; " + shown + " was left unchanged");
-        Print("loaded %s into %s at offset %d\n", r.file.c_str(), shown.c_str(), *offset);
+        const std::string from = r.file == kStandardInput ? "standard input" : r.file;
+        Print("loaded %d bytes of %s into %s at offset %d\n", count, from.c_str(), shown.c_str(),
+              *offset);
     } else {
         Print("saved %s from offset %d into %s\n", shown.c_str(), *offset, r.file.c_str());
     }
@@ -227,7 +280,7 @@ int LoadOrSave(Request& r, bool load) {
 int RunImage(const Args& args) {
     Request r{args.Action(), "", "", {}, args};
     const auto& positional = args.Positional();
-    r.name = positional[0];
+    r.name = BaseName(positional[0]);
     if (positional.size() > 1) r.file = positional[1];
     if (const auto dir = r.args.Option("--dir")) r.folder = *dir;
 
@@ -248,7 +301,7 @@ const CommandRegistration reg(
        1,
        1,
        {{"--size", Takes::Value}, {"--dir", Takes::Value}, {"--force"}, {"--no-journal"}}},
-      {"info", "NAME", 1, 1, {{"--dir", Takes::Value}}},
+      {"info", "NAME", 1, 1, {{"--dir", Takes::Value}, {"--json"}}},
       {"dump",
        "NAME",
        1,

@@ -8,9 +8,11 @@
 #include <vector>
 
 #include "cli/Command.h"
+#include "cli/Failure.h"
 #include "cli/Json.h"
 #include "cli/Output.h"
 #include "cli/Progress.h"
+#include "records/RecordHealth.h"
 
 namespace tnpkg {
 namespace {
@@ -24,6 +26,7 @@ struct Listed {
     std::uint64_t offset;
     unsigned type, version, size, stride, state;
     const char* checksum;
+    bool damaged;
 };
 
 // Collects each record the scan hands over, with its place in the file.
@@ -37,7 +40,7 @@ class RecordCollector : public tn::TPSaveList {
                                : r->CheckSumValid()                 ? "valid"
                                                                     : "invalid";
         records.push_back({static_cast<std::uint64_t>(offset), r->Type, r->Version, r->Size,
-                           r->Stride, r->State, checksum});
+                           r->Stride, r->State, checksum, !RecordIntact(*r)});
         return 1;
     }
     std::vector<Listed> records;
@@ -85,10 +88,24 @@ void Scan(RecordCollector& collector, std::vector<unsigned char>& bytes, int min
 void PrintTable(const std::vector<Listed>& records) {
     Print("offset       type  version   size  stride  state   checksum\n");
     for (const Listed& r : records) {
-        Print("0x%08llX  %5u  %7u  %5u  0x%04X  0x%04X  %s\n",
+        Print("0x%08llX  %5u  %7u  %5u  0x%04X  0x%04X  %s%s\n",
               static_cast<unsigned long long>(r.offset), r.type, r.version, r.size, r.stride,
-              r.state, r.checksum);
+              r.state, r.checksum, r.damaged ? "  damaged" : "");
     }
+}
+
+// The intact records, and the damaged ones too when `all`; the count left out goes to `left`.
+std::vector<Listed> Shown(const std::vector<Listed>& records, bool all, int& left) {
+    std::vector<Listed> shown;
+    left = 0;
+    for (const Listed& r : records) {
+        if (all || !r.damaged) {
+            shown.push_back(r);
+        } else {
+            ++left;
+        }
+    }
+    return shown;
 }
 
 void PrintJson(const std::string& path, const std::vector<Listed>& records) {
@@ -100,6 +117,7 @@ void PrintJson(const std::string& path, const std::vector<Listed>& records) {
         json.Key("version").Value(r.version).Key("size").Value(r.size);
         json.Key("stride").Value(r.stride).Key("state").Value(r.state);
         json.Key("checksum").Value(r.checksum);
+        if (r.damaged) json.Key("damaged").Value(true);
         json.EndObject();
     }
     json.EndArray().EndObject().Print();
@@ -118,7 +136,9 @@ int RunRecords(const Args& args) {
     {
         Progress progress("records: reading", args.Flag("--quiet"));
         if (!ReadFile(path, bytes, progress)) {
-            std::fprintf(stderr, "tnpkg records: cannot read %s\n", path.c_str());
+            const std::string problem = "cannot read " + path;
+            RecordFailure(problem);
+            std::fprintf(stderr, "tnpkg records: %s\n", problem.c_str());
             return kFailure;
         }
     }
@@ -127,30 +147,42 @@ int RunRecords(const Args& args) {
         Progress progress("records: scanning", args.Flag("--quiet"));
         Scan(collector, bytes, static_cast<int>(minimum), progress);
     }
+    int left = 0;
+    const std::vector<Listed> shown = Shown(collector.records, args.Flag("--all"), left);
     if (args.Flag("--json")) {
-        PrintJson(path, collector.records);
+        PrintJson(path, shown);
     } else {
-        PrintTable(collector.records);
+        PrintTable(shown);
     }
+    if (left > 0) std::fputs(PassedOverNote("records", left).c_str(), stderr);
     return kSuccess;
 }
 
 const CommandRegistration reg(
     {"records",
      "list the live records in a file of records",
-     "usage: tnpkg records FILE [--min-version N] [--json] [--quiet]\n\n"
+     "usage: tnpkg records FILE [--min-version N] [--all] [--json] [--quiet]\n\n"
      "Scans FILE record by record as the package reads a region of records: a record of at\n"
      "least version N (default 1) that is live is listed and the scan moves on by its stride\n"
      "(or its size when no stride is set); anything else moves the scan on by 4 bytes.\n"
      "Each line shows the record's offset in the file, its type, version, size, stride and\n"
-     "state word, and whether its checksum is valid (\"none\" for a record without payload).\n\n"
+     "state word, and whether its checksum is valid (\"none\" for a record without payload).\n"
+     "A record whose magic is not \"ZK\" or whose checksum is invalid (what a power cut in the\n"
+     "middle of a record leaves) is damaged: it is passed over, with the count on standard\n"
+     "error, and listed, marked \"damaged\", only with --all.\n\n"
+     "  --all     lists the damaged records too\n"
      "  --json    one object instead: {\"file\": \"FILE\", \"records\": [{\"offset\": N, \"type\": "
      "N,\n"
      "            \"version\": N, \"size\": N, \"stride\": N, \"state\": N, \"checksum\":\n"
-     "            \"valid\" | \"invalid\" | \"none\"}, ...]}\n"
+     "            \"valid\" | \"invalid\" | \"none\", \"damaged\": true (only when so)}, ...]};\n"
+     "            a failure prints {\"error\": TEXT}\n"
      "  --quiet   no progress line (it shows on a terminal while a large file is read and\n"
      "            scanned)\n",
-     {{nullptr, "FILE", 1, 1, {{"--min-version", Takes::Value}, {"--json"}, {"--quiet"}}}},
+     {{nullptr,
+       "FILE",
+       1,
+       1,
+       {{"--min-version", Takes::Value}, {"--all"}, {"--json"}, {"--quiet"}}}},
      RunRecords});
 
 }  // namespace

@@ -1,5 +1,6 @@
 #include "store/OverlayMedium.h"
 
+#include <algorithm>
 #include <cstring>
 #include <string>
 
@@ -30,6 +31,7 @@ void OverlayMedium::ReadBlock(void* destination, std::int64_t address) {
     const auto n = static_cast<std::size_t>(BlockSize);
     if (address < 0 || address > MediumSize() - BlockSize) {
         std::memset(destination, 0, n);
+        bytesReadOutside_ += std::min<std::int64_t>(BlockSize, address + BlockSize - MediumSize());
         WarnOutside(address);
         return;
     }

@@ -22,11 +22,15 @@ class OverlayMedium : public tn::TPSpeicher {
     void WriteBlock(const void* source, std::int64_t address) override;
     /// Bytes from the origin to the image's end.
     std::int64_t MediumSize() const override;
+    /// Bytes of the blocks read so far that lay beyond the image's end (read as zeros): how a
+    /// reader learns that a truncated image clipped what it read.
+    std::int64_t BytesReadOutside() const { return bytesReadOutside_; }
 
   private:
     Overlay& overlay_;
     std::int64_t origin_;
     bool writable_;
+    std::int64_t bytesReadOutside_ = 0;
 };
 
 }  // namespace tnpkg::store

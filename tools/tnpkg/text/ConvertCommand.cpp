@@ -6,12 +6,9 @@
 #include <vector>
 
 #include "cli/Command.h"
+#include "cli/Failure.h"
+#include "cli/HostFiles.h"
 #include "cli/Output.h"
-
-#ifdef _WIN32
-#include <fcntl.h>
-#include <io.h>
-#endif
 
 namespace tnpkg {
 namespace {
@@ -83,15 +80,6 @@ std::string ConvertText(const Conversion& c, const std::string& text) {
     return ToUtf8(ansi.c_str());  // "utf8"
 }
 
-std::string ReadAll(std::FILE* in) {
-    std::string data;
-    char chunk[65536];
-    std::size_t n;
-    while ((n = std::fread(chunk, 1, sizeof chunk, in)) > 0)
-        data.append(chunk, n);
-    return data;
-}
-
 int RunConvert(const Args& args) {
     Conversion c;
     const auto target = args.Option("--to");
@@ -112,11 +100,17 @@ int RunConvert(const Args& args) {
     }
     c.markup = args.Flag("--markup");
     c.upper = args.Flag("--upper");
-#ifdef _WIN32
-    _setmode(_fileno(stdin), _O_BINARY);
-#endif
+    const std::string file =
+        args.Positional().empty() ? std::string(kStandardInput) : args.Positional()[0];
+    std::vector<char> bytes;
+    std::string problem;
+    if (!ReadInputFile(file, bytes, problem)) {
+        RecordFailure(problem);
+        std::fprintf(stderr, "tnpkg convert: %s\n", problem.c_str());
+        return kFailure;
+    }
     BinaryOutput();
-    const std::string input = ReadAll(stdin);
+    const std::string input(bytes.begin(), bytes.end());
     // Line by line: line ends ("\n", "\r\n") and NUL bytes pass through unchanged.
     std::string out;
     std::size_t start = 0;
@@ -135,8 +129,9 @@ const CommandRegistration reg(
     {"convert",
      "convert text between Windows-1252, OEM, ASCII spellings, HTML, URL and UTF-8",
      "usage: tnpkg convert --to oem|ansi|uml|html|url|utf8 [--from utf8|html] [--markup]\n"
-     "                     [--upper]\n\n"
-     "Converts standard input to standard output, line by line (line ends pass through).\n"
+     "                     [--upper] [FILE]\n\n"
+     "Converts FILE (default, or -: standard input) to standard output, line by line (line\n"
+     "ends pass through).\n"
      "The input is Windows-1252 text unless --from says otherwise; for --to ansi it is OEM\n"
      "text (code page 437/850, or the 7-bit German forms [ \\ ] { | } _).\n\n"
      "  --to oem    the German letters in the OEM code page\n"
@@ -151,9 +146,9 @@ const CommandRegistration reg(
      "  --from html the input's character references are decoded first\n\n"
      "Example: echo 'a < b' | tnpkg convert --to html --markup   ->  a &#60; b\n",
      {{nullptr,
-       "",
+       "[FILE]",
        0,
-       0,
+       1,
        {{"--to", Takes::Value}, {"--from", Takes::Value}, {"--markup"}, {"--upper"}}}},
      RunConvert});
 
