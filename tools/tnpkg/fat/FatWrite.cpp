@@ -355,9 +355,7 @@ std::uint32_t FatNow() {
 // Opens the image for writing (exclusive lock, recovery) and mounts it on the session's
 // overlay, after the checks every write makes.
 bool PrepareFatWrite(FatRequest& r, std::unique_ptr<MountedImage>& m) {
-    store::SessionOptions options;
-    options.write = true;
-    options.journal = !r.args.Flag("--no-journal");
+    const auto options = store::SessionOptions::For(true, r.args.Flag("--no-journal"));
     m = MountRequested(r, options);
     if (!m) return false;
     const std::string refusal = FatWriteRefusal(*m);
@@ -443,10 +441,7 @@ int FatFormat(FatRequest& r) {
     const auto serial = static_cast<std::uint32_t>(std::time(nullptr)) * 2654435761u;
     const auto area = FatSystemArea(*geometry, label, serial, now);
     if (!image.parent_path().empty()) fs::create_directories(image.parent_path(), ec);
-    store::SessionOptions options;
-    options.write = true;
-    options.create = true;
-    options.journal = !r.args.Flag("--no-journal");
+    const auto options = store::SessionOptions::For(true, r.args.Flag("--no-journal"), true);
     std::string problem;
     const auto session = store::ImageSession::Open(image, options, problem);
     if (!session) return FatFail(problem);

@@ -337,9 +337,8 @@ int RunFlash(const Args& args) {
     const std::string& action = args.Action();
     const auto& positional = args.Positional();
     const fs::path image = positional[0];
-    store::SessionOptions options;
-    options.write = action == "erase" || action == "write";
-    options.journal = !args.Flag("--no-journal");
+    const auto options = store::SessionOptions::For(action == "erase" || action == "write",
+                                                    args.Flag("--no-journal"));
     std::string problem;
     const auto session = store::ImageSession::Open(image, options, problem);
     if (!session) return Fail(problem);

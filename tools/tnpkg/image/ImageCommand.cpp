@@ -125,9 +125,7 @@ std::optional<int> ExistingImageSize(const Request& r, std::int64_t length, std:
 
 // Opens the image through a session and loads its bytes; false after reporting why not.
 bool OpenImage(const Request& r, bool write, SessionImage& image) {
-    store::SessionOptions options;
-    options.write = write;
-    options.journal = !r.args.Flag("--no-journal");
+    const auto options = store::SessionOptions::For(write, r.args.Flag("--no-journal"));
     std::string problem;
     if (!image.Open(ImagePath(r), options, problem)) {
         Fail(problem);
@@ -153,10 +151,7 @@ int Create(Request& r) {
         return Fail(path.string() + " exists already (use --force to replace it)");
     }
     if (!r.folder.empty()) fs::create_directories(r.folder, ec);
-    store::SessionOptions options;
-    options.write = true;
-    options.create = true;
-    options.journal = !r.args.Flag("--no-journal");
+    const auto options = store::SessionOptions::For(true, r.args.Flag("--no-journal"), true);
     std::string problem;
     const auto session = store::ImageSession::Open(path, options, problem);
     if (!session) return Fail(problem);

@@ -20,6 +20,12 @@ struct SessionOptions {
     bool write = false;   // exclusive lock and Commit; otherwise a shared lock
     bool journal = true;  // false: --no-journal, a crash can leave the image half-written
     bool create = false;  // a missing image is created (empty) and removed again on failure
+
+    /// A command's options: it writes or not, may create the image, and keeps the journal
+    /// unless the user waived it (--no-journal).
+    static SessionOptions For(bool write, bool noJournal, bool create = false) {
+        return SessionOptions{write, !noJournal, create};
+    }
 };
 
 class ImageSession {
