@@ -192,7 +192,8 @@ class Checker {
         for (std::int64_t i = 0; i < length; i += v_.BytesPerSector) {
             v_.ReadSector(address + i, sector.data());
             const std::int64_t n = std::min<std::int64_t>(v_.BytesPerSector, length - i);
-            std::copy(sector.begin(), sector.begin() + n, bytes.begin() + i);
+            std::copy(sector.begin(), sector.begin() + static_cast<std::ptrdiff_t>(n),
+                      bytes.begin() + static_cast<std::ptrdiff_t>(i));
         }
         return bytes;
     }

@@ -114,12 +114,14 @@ JournalState ParseJournal(const unsigned char* bytes, std::size_t length, Journa
     content.oldLength = static_cast<std::int64_t>(Get64(bytes + kOldLengthAt));
     content.newLength = static_cast<std::int64_t>(Get64(bytes + kNewLengthAt));
     content.createdImage = (Get32(bytes + kFlagsAt) & kCreatedImage) != 0;
-    content.pages.resize(count);
+    // The length matched, so the count fits the bytes in hand (and a size_t).
+    const auto n = static_cast<std::size_t>(count);
+    content.pages.resize(n);
     const unsigned char* list = bytes + kHeaderSize;
-    for (std::size_t i = 0; i < count; ++i)
+    for (std::size_t i = 0; i < n; ++i)
         content.pages[i] = static_cast<std::int64_t>(Get64(list + i * kEntrySize));
-    const unsigned char* pages = list + count * kEntrySize;
-    content.oldBytes.assign(pages, pages + count * kPageSize);
+    const unsigned char* pages = list + n * kEntrySize;
+    content.oldBytes.assign(pages, pages + n * kPageSize);
     if (content.oldLength < 0) return JournalState::Incomplete;
     // Every page lies inside the old image, in ascending order, each once.
     std::int64_t previous = -1;
