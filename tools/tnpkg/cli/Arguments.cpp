@@ -19,8 +19,8 @@ std::string ActionList(const std::vector<Grammar>& grammars) {
     return list;
 }
 
-const OptionSpec* FindOption(const Grammar& g, const std::string& name) {
-    for (const OptionSpec& o : g.options) {
+const OptionRule* FindOption(const Grammar& g, const std::string& name) {
+    for (const OptionRule& o : g.options) {
         if (name == o.name) return &o;
     }
     return nullptr;
@@ -55,9 +55,9 @@ class Reader {
         if (word[1] != '-') return Letters(word);
         const std::size_t equals = word.find('=');
         const std::string name = word.substr(0, equals);
-        const OptionSpec* spec = FindOption(g_, name);
-        if (spec == nullptr || name.size() < 3) return Fail(Unknown(g_, name));
-        if (spec->takes == Takes::Nothing) {
+        const OptionRule* rule = FindOption(g_, name);
+        if (rule == nullptr || name.size() < 3) return Fail(Unknown(g_, name));
+        if (rule->takes == Takes::Nothing) {
             if (equals != std::string::npos) return Fail(name + " takes no value");
             flags_.push_back(name);
             return true;
@@ -87,8 +87,8 @@ class Reader {
     bool Letters(const std::string& word) {
         for (std::size_t k = 1; k < word.size(); ++k) {
             const std::string name = std::string("-") + word[k];
-            const OptionSpec* spec = FindOption(g_, name);
-            if (spec == nullptr || spec->takes != Takes::Nothing) {
+            const OptionRule* rule = FindOption(g_, name);
+            if (rule == nullptr || rule->takes != Takes::Nothing) {
                 return Fail(Unknown(g_, word.size() == 2 ? word : name + " (in " + word + ")"));
             }
             flags_.push_back(name);

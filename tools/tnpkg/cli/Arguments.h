@@ -13,7 +13,7 @@ namespace tnpkg {
 /// Whether an option takes a value ("--to DIR", "--to=DIR") or stands alone ("--json").
 enum class Takes { Nothing, Value };
 
-struct OptionSpec {
+struct OptionRule {
     const char* name;  // "--json", or "-l" for a single-letter flag (letters may be combined)
     Takes takes = Takes::Nothing;
 };
@@ -27,7 +27,7 @@ struct Grammar {
     const char* operands;  // as the user reads them: "IMAGE [PATH]"
     int minOperands;
     int maxOperands;  // kAnyNumber: unbounded
-    std::vector<OptionSpec> options;
+    std::vector<OptionRule> options;
 };
 
 /// A command line read against a grammar.

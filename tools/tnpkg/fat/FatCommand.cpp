@@ -279,9 +279,9 @@ int RunFat(const Args& args) {
 }
 
 // Where the volume lies, for every action that opens an existing image.
-const OptionSpec kOffset{"--offset", Takes::Value};
-const OptionSpec kPartition{"--partition", Takes::Value};
-const OptionSpec kNoJournal{"--no-journal"};
+const OptionRule kOffset{"--offset", Takes::Value};
+const OptionRule kPartition{"--partition", Takes::Value};
+const OptionRule kNoJournal{"--no-journal"};
 
 const CommandRegistration reg(
     {kName,
