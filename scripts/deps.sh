@@ -6,7 +6,7 @@ packages=(cmake ninja-build g++ pkg-config libgtest-dev libbenchmark-dev
           python3 geographiclib-tools libboost-dev mtools dosfstools
           fdisk g++-mingw-w64-x86-64-posix g++-mingw-w64-i686-posix googletest wine64)
 packages+=(clang libclang-rt-dev)  # the fuzz targets (scripts/fuzz.sh)
-packages+=(ccache)  # repeated builds of the test script reuse their objects
+packages+=(ccache clang-format)  # repeated builds reuse their objects; the format check
 missing=()
 for p in "${packages[@]}"; do
   dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")
