@@ -170,6 +170,17 @@ TEST_F(FatEditCommandTest, MvRenamesAndMovesAndRefusesWhatFatCannotDo) {
         EXPECT_EQ(tn::test::FsckProblems(image), "");
         EXPECT_EQ(tn::test::ReadFile(image, "/Logbuch mit langem Namen.txt"), "read me");
         EXPECT_EQ(tn::test::ListTree(image).size(), 6u);
+
+        // A full volume: a move needs no cluster, so it still works.
+        const std::string info = Fat("info " + img + " --json").output;
+        const std::size_t free = std::stoull(info.substr(info.find("\"freeBytes\":") + 12));
+        ASSERT_TRUE(tn::test::PutFile(image, "/FILL.BIN", tn::test::Pattern(free, 7)));
+        ASSERT_TRUE(Has(Fat("info " + img).output, "free:                0 clusters"));
+        const auto full = Fat("mv " + img + " /FILL.BIN '/Leer/Voll bis zum Rand.bin'");
+        ASSERT_EQ(full.status, 0) << full.output;
+        EXPECT_EQ(tn::test::FsckProblems(image), "");
+        EXPECT_EQ(tn::test::ReadFile(image, "/Leer/Voll bis zum Rand.bin"),
+                  tn::test::Pattern(free, 7));
     }
 }
 

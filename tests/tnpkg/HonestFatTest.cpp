@@ -87,4 +87,71 @@ TEST(HonestJson, DistanceAndCourseComeAsJson) {
     EXPECT_EQ(bad.output, "{\"error\":\"not a latitude in degrees or an IGC fix: nan\"}\n");
 }
 
+TEST(HonestJson, DateComesAsJson) {
+    TN_REQUIRE_SHELL();
+    EXPECT_EQ(RunTool("date 150712 32 --json").output,
+              "{\"days\":41105,\"text\":\"150712000000\"}\n");
+    EXPECT_EQ(RunTool("date --fat 0x40EF38A4 --json").output,
+              "{\"days\":41105.295231481483,\"date\":\"15.07.2012\",\"time\":\"07:05:08\"}\n");
+    const auto now = RunTool("date --now --json").output;
+    EXPECT_EQ(now.rfind("{\"utcOffsetHours\":", 0), 0u) << now;
+    EXPECT_TRUE(Has(now, "\"utc\":{\"days\":")) << now;
+}
+
+TEST(HonestMessages, MissingFilesAndFoldersAreNamedWithTheReason) {
+    TN_REQUIRE_SHELL();
+    const fs::path dir = tn::test::ScratchFolder();
+    const std::string missing = (dir / "nothere.img").string();
+    const std::string folder = dir.string();
+    const std::vector<std::pair<std::string, std::string>> cases = {
+        {"fat info " + Shell(missing), "cannot open " + missing + ": no such file"},
+        {"fat put " + Shell(missing) + " " + Shell(missing),
+         "cannot open " + missing + ": no such file"},
+        {"records " + Shell(missing), "cannot open " + missing + ": no such file"},
+        {"crc " + Shell(missing), "cannot open " + missing + ": no such file"},
+        {"fat info " + Shell(folder), folder + " is a folder, not an image"},
+        {"fat mkdir " + Shell(folder) + " X", folder + " is a folder, not an image"},
+        {"crc " + Shell(folder), folder + " is a folder, not a file"},
+        {"records " + Shell(folder), folder + " is a folder, not a file"}};
+    for (const auto& [command, message] : cases) {
+        const auto r = RunTool(command, true);
+        EXPECT_EQ(r.status, 1) << command;
+        EXPECT_TRUE(Has(r.output, message)) << command << "\n" << r.output;
+    }
+}
+
+TEST(HonestFat, StandardInputIsPutUnderTheNameGiven) {
+    TN_REQUIRE_SHELL();
+    if (!tn::test::HaveFatTools()) GTEST_SKIP() << "mkfs.fat or mtools missing";
+    const fs::path card = tn::test::ScratchFolder() / "card.img";
+    ASSERT_TRUE(tn::test::MakeFatImage(card, 1024, "-F 12"));
+    const std::string image = Shell(card.string());
+    const auto put =
+        tn::test::RunCommand("printf 'Thermik\\n' | '" + std::string(TN_TNPKG_PATH) + "' fat put " +
+                             image + " - --as 'Gr\xC3\xBC\xC3\x9F" + "e.txt' --to LOG 2>&1");
+    EXPECT_EQ(put.status, 0) << put.output;
+    EXPECT_EQ(tn::test::ReadFile(card,
+                                 "/LOG/Gr\xC3\xBC\xC3\x9F"
+                                 "e.txt"),
+              "Thermik\n");
+    EXPECT_EQ(tn::test::FsckProblems(card), "");
+    // Standard input has no name of its own, --as names one file only, and is a name.
+    const std::string before = tn::test::ReadFile(card,
+                                                  "/LOG/Gr\xC3\xBC\xC3\x9F"
+                                                  "e.txt");
+    for (const std::string& bad : {"fat put " + image + " -", "fat put " + image + " - - --as A",
+                                   "fat put " + image + " - --as A/B"}) {
+        EXPECT_EQ(tn::test::RunCommand("true | '" + std::string(TN_TNPKG_PATH) + "' " + bad +
+                                       " 2>/dev/null")
+                      .status,
+                  2)
+            << bad;
+    }
+    EXPECT_EQ(tn::test::ListTree(card).size(), 2u);
+    EXPECT_EQ(tn::test::ReadFile(card,
+                                 "/LOG/Gr\xC3\xBC\xC3\x9F"
+                                 "e.txt"),
+              before);
+}
+
 }  // namespace

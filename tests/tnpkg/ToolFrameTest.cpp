@@ -88,7 +88,7 @@ TEST_F(ToolFrame, EachActionRefusesTheOptionsItDoesNotTake) {
         "coord 47 11 --mode 1",
         "dist 47 11 48 11 --all",
         "course 47 11 48 11 --mode 2",
-        "date --json --now",
+        "date --all --now",
         "drives --quiet",
         "partitions F --quiet",
         "mod36 1 --json",

@@ -240,6 +240,15 @@ TEST_F(WriteSafetyTest, WithoutAWritableFolderWritesAreRefusedUnlessTheJournalIs
     fs::permissions(folder, fs::perms::all);
     EXPECT_EQ(RunWith("", "fat ls " + Q(image)).status, 0);  // recovers
     EXPECT_NE(ReadFile(image, "/note.txt"), "");
+
+    // An image the user may read but not write: named, and left as it is.
+    fs::permissions(image, fs::perms::owner_read | fs::perms::group_read | fs::perms::others_read);
+    const std::string readable = Bytes(image);
+    run = RunCommand(as + TnpkgLine("fat mkdir " + Q(image) + " /E") + " 2>&1");
+    EXPECT_EQ(run.status, 1);
+    EXPECT_NE(run.output.find(image.string() + " is read-only"), std::string::npos) << run.output;
+    EXPECT_EQ(Bytes(image), readable);
+    fs::permissions(image, fs::perms::all);
 }
 
 TEST_F(WriteSafetyTest, AWarningThatDoesNotStopAWriteLeavesItsSuccess) {

@@ -38,11 +38,14 @@ bool Refused(const std::string& path, std::string& problem) {
     return false;
 }
 
-bool ReadAll(std::FILE* in, std::vector<char>& bytes) {
-    char chunk[kChunk];
+bool ReadAll(std::FILE* in, std::vector<unsigned char>& bytes, std::uint64_t total,
+             const ReadProgress& progress) {
+    std::vector<unsigned char> chunk(kChunk);
     std::size_t n;
-    while ((n = std::fread(chunk, 1, sizeof chunk, in)) > 0)
-        bytes.insert(bytes.end(), chunk, chunk + n);
+    while ((n = std::fread(chunk.data(), 1, chunk.size(), in)) > 0) {
+        bytes.insert(bytes.end(), chunk.begin(), chunk.begin() + static_cast<std::ptrdiff_t>(n));
+        if (progress) progress(bytes.size(), total);
+    }
     return std::ferror(in) == 0;
 }
 
@@ -57,13 +60,14 @@ std::string SystemReason(int error) {
     return text;
 }
 
-bool ReadInputFile(const std::string& path, std::vector<char>& bytes, std::string& problem) {
+bool ReadInputFile(const std::string& path, std::vector<unsigned char>& bytes, std::string& problem,
+                   const ReadProgress& progress) {
     bytes.clear();
     if (path == kStandardInput) {
 #if defined(_WIN32)
         _setmode(_fileno(stdin), _O_BINARY);
 #endif
-        if (ReadAll(stdin, bytes)) return true;
+        if (ReadAll(stdin, bytes, 0, progress)) return true;
         problem = "cannot read standard input: " + SystemReason(errno);
         return false;
     }
@@ -73,7 +77,9 @@ bool ReadInputFile(const std::string& path, std::vector<char>& bytes, std::strin
         problem = "cannot open " + Named(path) + ": " + SystemReason(errno);
         return false;
     }
-    const bool read = ReadAll(in, bytes);
+    std::error_code ec;
+    const std::uintmax_t size = fs::file_size(path, ec);
+    const bool read = ReadAll(in, bytes, ec ? 0 : static_cast<std::uint64_t>(size), progress);
     const int error = errno;
     std::fclose(in);
     if (!read) problem = "cannot read " + path + ": " + SystemReason(error);

@@ -4,6 +4,8 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -15,8 +17,13 @@ inline constexpr const char* kStandardInput = "-";
 /// The system's reason for `error` (an errno value), as a lower-case phrase.
 std::string SystemReason(int error);
 
-/// Reads all of `path` ("-": standard input) into `bytes`; false with `problem` set.
-bool ReadInputFile(const std::string& path, std::vector<char>& bytes, std::string& problem);
+/// Told how many bytes have been read so far, and of how many (0: unknown, standard input).
+using ReadProgress = std::function<void(std::uint64_t done, std::uint64_t total)>;
+
+/// Reads all of `path` ("-": standard input) into `bytes`; false with `problem` set ("cannot
+/// open X: no such file", "X is a folder, not a file", "cannot read X: reason").
+bool ReadInputFile(const std::string& path, std::vector<unsigned char>& bytes, std::string& problem,
+                   const ReadProgress& progress = {});
 
 /// Writes `count` bytes into `path`, replacing it only once all of them arrived on the disk;
 /// false with `problem` set and `path` as it was.

@@ -11,12 +11,8 @@
 #include <string>
 #include <vector>
 
-#ifdef _WIN32
-#include <fcntl.h>
-#include <io.h>
-#endif
-
 #include "cli/Command.h"
+#include "cli/HostFiles.h"
 #include "cli/Output.h"
 #include "cli/Progress.h"
 
@@ -212,37 +208,6 @@ struct Reading {
     }
 };
 
-bool ReadAll(std::FILE* in, std::vector<unsigned char>& data, std::uint64_t total,
-             const Reading& reading) {
-    std::vector<unsigned char> buffer(1 << 20);
-    std::size_t n = 0;
-    while ((n = std::fread(buffer.data(), 1, buffer.size(), in)) > 0) {
-        data.insert(data.end(), buffer.begin(), buffer.begin() + static_cast<std::ptrdiff_t>(n));
-        reading.Show(data.size(), total);
-    }
-    return std::ferror(in) == 0;
-}
-
-bool ReadInput(const std::string& name, std::vector<unsigned char>& data, const Reading& reading) {
-    if (name == kStandardInput) {
-#ifdef _WIN32
-        _setmode(_fileno(stdin), _O_BINARY);
-#endif
-        return ReadAll(stdin, data, 0, reading);
-    }
-    std::FILE* file = std::fopen(name.c_str(), "rb");
-    if (file == nullptr) return false;
-    std::uint64_t total = 0;
-    if (std::fseek(file, 0, SEEK_END) == 0) {
-        const long end = std::ftell(file);
-        total = end > 0 ? static_cast<std::uint64_t>(end) : 0;
-        std::rewind(file);
-    }
-    const bool ok = ReadAll(file, data, total, reading);
-    std::fclose(file);
-    return ok;
-}
-
 int RunCrc(const Args& args) {
     std::string problem;
     const Calculation calc = Choose(args, problem);
@@ -263,9 +228,13 @@ int RunCrc(const Args& args) {
     for (std::size_t i = 0; i < inputs.size(); ++i) {
         const std::string& name = inputs[i];
         std::vector<unsigned char> data;
-        if (!ReadInput(name, data, {progress, i, inputs.size(), name})) {
+        const Reading reading{progress, i, inputs.size(), name};
+        std::string unread;
+        if (!ReadInputFile(name, data, unread, [&reading](std::uint64_t done, std::uint64_t total) {
+                reading.Show(done, total);
+            })) {
             progress.Finish();
-            std::fprintf(stderr, "tnpkg crc: cannot read '%s'\n", name.c_str());
+            std::fprintf(stderr, "tnpkg crc: %s\n", unread.c_str());
             status = kFailure;
             continue;
         }

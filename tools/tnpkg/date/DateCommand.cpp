@@ -7,6 +7,8 @@
 #include <string>
 
 #include "cli/Command.h"
+#include "cli/Failure.h"
+#include "cli/Json.h"
 #include "cli/Output.h"
 #include "os/LocalTime.h"
 
@@ -14,9 +16,9 @@ namespace tnpkg {
 namespace {
 
 constexpr const char* kUsage =
-    "usage: tnpkg date TEXT FLAG\n"
-    "       tnpkg date --now\n"
-    "       tnpkg date --fat 0xHEX\n\n"
+    "usage: tnpkg date TEXT FLAG [--json]\n"
+    "       tnpkg date --now [--json]\n"
+    "       tnpkg date --fat 0xHEX [--json]\n\n"
     "TEXT FLAG  reads TEXT in the form that the date-time flag FLAG selects and prints the\n"
     "           day count (days since 30 December 1899, time of day as the fraction) and the\n"
     "           text of flag 33 (DDMMYYHHMMSS) for it. Text that does not have the form of\n"
@@ -26,7 +28,11 @@ constexpr const char* kUsage =
     "           40 DD.MM.YYYY or DD.MM.YY, 43 dYYYYMmmDD tHHMMSS, 44 YYYY-MM-DD.\n"
     "--now      prints the package clock's local date and time and the UTC date and time,\n"
     "           with the clock's UTC offset taken from the system (whole hours).\n"
-    "--fat HEX  decodes a packed FAT date and time (date in the high 16 bits).\n\n"
+    "--fat HEX  decodes a packed FAT date and time (date in the high 16 bits).\n"
+    "--json     prints one object instead: {\"days\": N, \"text\": \"DDMMYYHHMMSS\"} for\n"
+    "           TEXT FLAG; {\"days\": N, \"date\": \"DD.MM.YYYY\", \"time\": \"HH:MM:SS\"} for\n"
+    "           --fat; for --now {\"utcOffsetHours\": N, \"local\": {...}, \"utc\": {...}}\n"
+    "           with members as for --fat; {\"error\": \"...\"} when it fails.\n\n"
     "example: tnpkg date 150712 32\n"
     "         41105.000000000 150712000000\n";
 
@@ -34,7 +40,26 @@ std::string Stamp(const tn::TPDateTime& t) {
     return ToUtf8(t.DateString()) + " " + ToUtf8(t.TimeString());
 }
 
-int ShowNow() {
+// One moment as the members of a JSON object, or as a line.
+void Show(const tn::TPDateTime& t, JsonWriter* json, const char* label = nullptr) {
+    if (json == nullptr) {
+        if (label != nullptr) Print("%s", label);
+        Print("%s %.9f\n", Stamp(t).c_str(), double(t));
+        return;
+    }
+    json->Key("days").Value(double(t));
+    json->Key("date").Value(ToUtf8(t.DateString()));
+    json->Key("time").Value(ToUtf8(t.TimeString()));
+}
+
+// Reports a failure of the reading itself (not of how the command was given).
+int Fail(const std::string& problem) {
+    RecordFailure(problem);
+    std::fprintf(stderr, "tnpkg date: %s\n", problem.c_str());
+    return kFailure;
+}
+
+int ShowNow(bool asJson) {
     // The package assumes two hours until its host says otherwise; the tool is that host.
     constexpr int kMinutesPerHour = 60;
     const int minutes = os::UtcOffsetMinutes();
@@ -47,19 +72,36 @@ int ShowNow() {
     tn::SetUTCOffset(minutes / kMinutesPerHour);
     const tn::TPDateTime local = tn::TPDateTime::CurrentDateTime();
     const tn::TPDateTime utc = tn::CurrentDateTime();
-    Print("local %s %.9f\n", Stamp(local).c_str(), double(local));
-    Print("utc   %s %.9f\n", Stamp(utc).c_str(), double(utc));
+    if (!asJson) {
+        Show(local, nullptr, "local ");
+        Show(utc, nullptr, "utc   ");
+        return kSuccess;
+    }
+    JsonWriter json;
+    json.BeginObject().Key("utcOffsetHours").Value(minutes / kMinutesPerHour);
+    json.Key("local").BeginObject();
+    Show(local, &json);
+    json.EndObject().Key("utc").BeginObject();
+    Show(utc, &json);
+    json.EndObject().EndObject().Print();
     return kSuccess;
 }
 
-int ShowFat(const std::string& text) {
+int ShowFat(const std::string& text, bool asJson) {
     long long packed = 0;
     if (!ParseInteger(text, packed) || packed < 0 || packed > 0xFFFFFFFFLL) {
         return UsageError("date", "--fat needs a 32-bit number, such as 0x40EF38A4");
     }
     tn::TPDateTime t;
     t.SetFileDate(static_cast<std::uint32_t>(packed));
-    Print("%s %.9f\n", Stamp(t).c_str(), double(t));
+    if (!asJson) {
+        Show(t, nullptr);
+        return kSuccess;
+    }
+    JsonWriter json;
+    json.BeginObject();
+    Show(t, &json);
+    json.EndObject().Print();
     return kSuccess;
 }
 
@@ -129,7 +171,7 @@ bool HasForm(const std::string& text, int flag, double value) {
     }
 }
 
-int ShowReading(const std::string& text, const std::string& flagText) {
+int ShowReading(const std::string& text, const std::string& flagText, bool asJson) {
     long long flag = 0;
     if (!ParseInteger(flagText, flag) || flag < INT_MIN || flag > INT_MAX) {
         return UsageError("date", "FLAG must be a whole number, such as 32");
@@ -142,11 +184,22 @@ int ShowReading(const std::string& text, const std::string& flagText) {
     }
     const tn::TPDateTime t(Read(text, form->flag));
     if (!HasForm(text, form->flag, t)) {
-        std::fprintf(stderr, "tnpkg date: '%s' does not match the form of flag %d (%s)\n",
-                     text.c_str(), form->flag, form->shape);
-        return kFailure;
+        return Fail("'" + text + "' does not match the form of flag " + std::to_string(form->flag) +
+                    " (" + form->shape + ")");
     }
-    Print("%.9f %s\n", double(t), ToUtf8(t.String(tn::PDateTimeFlag::DateTime)).c_str());
+    const std::string shown = ToUtf8(t.String(tn::PDateTimeFlag::DateTime));
+    if (!asJson) {
+        Print("%.9f %s\n", double(t), shown.c_str());
+        return kSuccess;
+    }
+    JsonWriter()
+        .BeginObject()
+        .Key("days")
+        .Value(double(t))
+        .Key("text")
+        .Value(shown)
+        .EndObject()
+        .Print();
     return kSuccess;
 }
 
@@ -157,17 +210,19 @@ int RunDate(const Args& args) {
     if (now + fat.has_value() + !positional.empty() != 1) {
         return UsageError("date", "give TEXT FLAG, --now or --fat HEX");
     }
-    if (now) return ShowNow();
-    if (fat) return ShowFat(*fat);
+    const bool asJson = args.Flag("--json");
+    if (now) return ShowNow(asJson);
+    if (fat) return ShowFat(*fat, asJson);
     if (positional.size() != 2) return UsageError("date", "needs TEXT and FLAG");
-    return ShowReading(positional[0], positional[1]);
+    return ShowReading(positional[0], positional[1], asJson);
 }
 
-const CommandRegistration reg({"date",
-                               "read a date text, show the package clock, decode a FAT date",
-                               kUsage,
-                               {{nullptr, "TEXT FLAG", 0, 2, {{"--now"}, {"--fat", Takes::Value}}}},
-                               RunDate});
+const CommandRegistration reg(
+    {"date",
+     "read a date text, show the package clock, decode a FAT date",
+     kUsage,
+     {{nullptr, "TEXT FLAG", 0, 2, {{"--now"}, {"--fat", Takes::Value}, {"--json"}}}},
+     RunDate});
 
 }  // namespace
 }  // namespace tnpkg

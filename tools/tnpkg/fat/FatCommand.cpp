@@ -19,7 +19,8 @@ const char* const kUsageText =
     "       tnpkg fat ls IMAGE [PATH] [-l] [-R] [--json]\n"
     "       tnpkg fat get IMAGE PATH... [--to DIR] [--force] [-p] [--keep-partial] [--quiet]\n"
     "       tnpkg fat cat IMAGE PATH\n"
-    "       tnpkg fat put IMAGE FILE... [--to PATH] [--force] [--quiet] [--no-journal]\n"
+    "       tnpkg fat put IMAGE FILE... [--to PATH] [--as NAME] [--force] [--quiet]\n"
+    "                     [--no-journal]\n"
     "       tnpkg fat mkdir IMAGE PATH [--no-journal]\n"
     "       tnpkg fat rm IMAGE PATH... [-r] [--no-journal]\n"
     "       tnpkg fat mv IMAGE SOURCE TARGET [--force] [--no-journal]\n"
@@ -49,7 +50,9 @@ const char* const kUsageText =
     "          changed and reported; an existing file is replaced only with --force, and\n"
     "          never a folder by a file or a file by a folder. A name that is not an\n"
     "          upper-case 8.3 name also gets an 8.3 form (its first characters, ~1, ~2, ...,\n"
-    "          its extension): an instrument that reads only 8.3 names sees that form\n"
+    "          its extension): an instrument that reads only 8.3 names sees that form.\n"
+    "          --as NAME gives the one FILE another name; FILE - is standard input and\n"
+    "          needs --as\n"
     "  mkdir   creates a folder and any missing parents\n"
     "  rm      removes files; a folder only with -r, with everything in it. Refuses the\n"
     "          root and paths that do not exist\n"
@@ -92,6 +95,10 @@ std::string WriteRefusal(MountedImage& m) {
     // 512-byte steps, which damages FAT16 volumes and larger sectors; the tool never mounts
     // in it, and this guard keeps it that way.
     if (!m.Volume().IsStandard()) return "the volume was not mounted in the standard FAT mode";
+    // Clusters past the end would be written into bytes the image does not have, and what the
+    // FAT calls free there cannot be trusted.
+    if (const std::int64_t missing = m.Volume().MissingBytes(); missing > 0)
+        return "the image is " + std::to_string(missing) + " bytes shorter than its volume";
     return {};
 }
 
@@ -180,7 +187,7 @@ int Info(FatRequest& r) {
     Print("content:             %llu files, %llu folders, %llu bytes\n",
           static_cast<unsigned long long>(files), static_cast<unsigned long long>(folders),
           static_cast<unsigned long long>(bytes));
-    Print("writable by tnpkg:   %s\n", refusal.empty() ? "yes" : "no");
+    Print("writable by tnpkg:   %s\n", refusal.empty() ? "yes" : ("no: " + refusal).c_str());
     if (missing > 0) {
         Print("truncated:           the image is %lld bytes shorter than its volume\n",
               static_cast<long long>(missing));
@@ -306,7 +313,13 @@ const CommandRegistration reg(
        "IMAGE FILE...",
        2,
        kAnyNumber,
-       {{"--to", Takes::Value}, {"--force"}, {"--quiet"}, kOffset, kPartition, kNoJournal}},
+       {{"--to", Takes::Value},
+        {"--as", Takes::Value},
+        {"--force"},
+        {"--quiet"},
+        kOffset,
+        kPartition,
+        kNoJournal}},
       {"mkdir", "IMAGE PATH", 2, 2, {kOffset, kPartition, kNoJournal}},
       {"rm", "IMAGE PATH...", 2, kAnyNumber, {{"-r"}, kOffset, kPartition, kNoJournal}},
       {"mv", "IMAGE SOURCE TARGET", 3, 3, {{"--force"}, kOffset, kPartition, kNoJournal}},
@@ -345,6 +358,10 @@ std::unique_ptr<MountedImage> MountRequested(const FatRequest& r,
 
 int FatUsage(const std::string& problem) {
     return UsageError(kName, problem);
+}
+
+std::string Unchanged(const FatRequest& r) {
+    return r.image + " was left unchanged";
 }
 
 std::string FatWriteRefusal(MountedImage& m) {

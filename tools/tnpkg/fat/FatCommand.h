@@ -44,6 +44,9 @@ int CommitFatWrite(FatRequest& r, store::ImageSession& session);
 /// Why tnpkg does not write to this volume, or empty when it does.
 std::string FatWriteRefusal(MountedImage& m);
 
+/// The end of a failure's message: the image was not changed.
+std::string Unchanged(const FatRequest& r);
+
 /// Reports a usage problem of `fat`.
 int FatUsage(const std::string& problem);
 

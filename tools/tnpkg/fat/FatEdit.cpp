@@ -11,10 +11,6 @@
 namespace tnpkg {
 namespace {
 
-std::string Unchanged(const FatRequest& r) {
-    return r.image + " was left unchanged";
-}
-
 std::string PathOf(const tn::TPDirEintrag& node) {
     return Cp1252ToUtf8(NodePath(node));
 }
@@ -145,23 +141,62 @@ void Put16(unsigned char* p, std::uint32_t v) {
     p[1] = static_cast<unsigned char>(v >> 8);
 }
 
+// The package gives every new entry a cluster of its own, which the moved entry gives back at
+// once. On a full volume there is none to give, so one is lent for that moment: the moved
+// entry's own first cluster (or the first allocated one) is marked free, taken by the new
+// entry, and its FAT value put back. Should the folder need that cluster to grow instead, the
+// package reports the volume full and the move fails without reaching the image.
+class LentCluster {
+  public:
+    LentCluster(tn::TPVolumeFAT& v, std::int32_t preferred) : v_(v) {
+        if (v.GetFreeCluster(false) >= 0) return;
+        cluster_ = v.IsDataCluster(preferred) ? preferred : FirstAllocated();
+        if (cluster_ < 0) return;
+        value_ = v.GetCluster(cluster_);
+        v.SetCluster(cluster_, 0);
+    }
+    // Whether the new entry took the cluster (then it is given back), or none was lent.
+    bool GiveBack(std::int32_t taken) {
+        if (cluster_ < 0) return true;
+        v_.SetCluster(cluster_, value_);
+        return taken == cluster_;
+    }
+    bool Lent() const { return cluster_ >= 0; }
+
+  private:
+    std::int32_t FirstAllocated() const {
+        for (std::int32_t n = 2; v_.IsDataCluster(n); ++n) {
+            if (v_.GetCluster(n) != 0) return n;
+        }
+        return -1;
+    }
+    tn::TPVolumeFAT& v_;
+    std::int32_t cluster_ = -1;
+    int value_ = 0;
+};
+
 // Writes a new entry set for the old short entry `old` under `name` in `folder`: the name is
 // new, everything else (attributes, dates, first cluster, size) is the old entry's.
 tn::TPDirEintrag* WriteEntrySet(tn::TPVolumeFAT& v, tn::TPDirEintrag* folder,
                                 const std::string& name, const unsigned char* old) {
+    const std::int32_t oldFirst = old[kEntryFirstCluster] | old[kEntryFirstCluster + 1] << 8;
+    LentCluster lent(v, oldFirst);
     std::string text = name;
     auto* node =
         new tn::TPDateiInfo(static_cast<tn::TPVerzeichnisInfo*>(folder), tn::TPString(text.data()));
+    const bool given = lent.GiveBack(node->FirstCluster);
     if (node->EntryAddress == 0) {
         delete node;
         return nullptr;
     }
-    // The package gives every new entry a cluster of its own; the moved entry keeps its own.
-    FreeChain(v, node->FirstCluster);
+    // The entry stays in its folder's tree, which owns it; the failed move never reaches the
+    // image.
+    if (!given) return nullptr;
+    if (!lent.Lent()) FreeChain(v, node->FirstCluster);
     std::memcpy(node->Entry + kEntryAttributes, old + kEntryAttributes, 1);
     std::memcpy(node->Entry + kEntryCaseFlags + 1, old + kEntryCaseFlags + 1,
                 tn::TPDirEintrag::kEntrySize - kEntryCaseFlags - 1);
-    node->FirstCluster = old[kEntryFirstCluster] | old[kEntryFirstCluster + 1] << 8;
+    node->FirstCluster = oldFirst;
     v.Write(node);
     return node;
 }

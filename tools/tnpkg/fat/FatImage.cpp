@@ -90,8 +90,16 @@ bool LocateVolume(const fs::path& image, const VolumeChoice& choice, VolumeLocat
     std::error_code ec;
     const auto size = static_cast<std::int64_t>(fs::file_size(image, ec));
     const std::string name = image.string();
+    if (fs::is_directory(image, ec)) {
+        problem = name + " is a folder, not an image";
+        return false;
+    }
+    if (!fs::exists(image, ec)) {
+        problem = "cannot open " + name + ": no such file";
+        return false;
+    }
     if (ec || !fs::is_regular_file(image, ec)) {
-        problem = "cannot open " + name;
+        problem = "cannot open " + name + ": not a regular file";
         return false;
     }
     unsigned char first[kSector] = {};

@@ -7,8 +7,10 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <memory>
 #include <system_error>
 
+#include "cli/HostFiles.h"
 #include "cli/Output.h"
 #include "cli/Progress.h"
 #include "cli/Warnings.h"
@@ -27,6 +29,9 @@ struct PlannedFile {
     fs::path host;
     std::string fatPath;  // "DIR\SUB\NAME", Windows-1252, from the root
     std::uint64_t size = 0;
+    // Content read before planning (standard input, which cannot be read twice); else the
+    // host file is read when written and again when verified.
+    std::shared_ptr<const std::string> held;
 };
 
 struct Plan {
@@ -55,15 +60,31 @@ bool ReadHostFile(const fs::path& path, std::string& data) {
     return !in.bad();
 }
 
+bool ReadContent(const PlannedFile& file, std::string& data) {
+    if (file.held) {
+        data = *file.held;
+        return true;
+    }
+    return ReadHostFile(file.host, data);
+}
+
+// Where a new entry goes, once its name is settled.
+struct Placement {
+    std::string fatPath;
+    tn::TPDirEintrag* existing = nullptr;
+    bool replacing = false;
+};
+
 class Planner {
   public:
     Planner(Plan& plan, std::uint64_t clusterBytes, bool replace)
         : plan_(plan), clusterBytes_(clusterBytes), replace_(replace) {}
 
     // Plans `host` into the volume folder `fatFolder` (existing node `node`, or null when it is
-    // to be made), with `names` holding the names already given out there.
+    // to be made), with `names` holding the names already given out there; `asName`, when
+    // given, is the name it gets instead of its own.
     void Add(const fs::path& host, const std::string& fatFolder, tn::TPDirEintrag* node,
-             UniqueNames& names) {
+             UniqueNames& names, const std::string& asName = {}) {
         std::error_code ec;
         const auto linkStatus = fs::symlink_status(host, ec);
         const auto status = fs::status(host, ec);
@@ -81,11 +102,54 @@ class Planner {
             Fail(hostText + " is neither a file nor a folder");
             return;
         }
-        bool changed = false;
-        std::string hostName = PathText(host.filename());
+        std::string hostName = asName.empty() ? PathText(host.filename()) : asName;
         if (hostName.empty() || hostName == "." || hostName == "..") {
             hostName = PathText(fs::absolute(host).lexically_normal().parent_path().filename());
         }
+        const Placement place = Place(hostName, hostText, fatFolder, node, names, folder);
+        const std::string& fatPath = place.fatPath;
+        tn::TPDirEintrag* existing = place.existing;
+        if (folder) {
+            if (existing != nullptr && !existing->IsDirectory()) {
+                Fail(Shown(fatPath) + " is a file in the image; " + hostText + " is a folder");
+                return;
+            }
+            if (existing == nullptr) {
+                plan_.folders.push_back(fatPath);
+                plan_.clusters += 1;
+            }
+            AddFolderContent(host, fatPath, existing);
+            return;
+        }
+        const auto size = fs::file_size(host, ec);
+        if (ec || size > kLargestFile) {
+            Fail("cannot read " + hostText);
+            return;
+        }
+        AddFile(place, hostText, {host, fatPath, size, nullptr});
+    }
+
+    // Plans `content` (read from standard input) as the file `name` in `fatFolder`.
+    void AddHeld(const std::string& name, std::shared_ptr<const std::string> content,
+                 const std::string& fatFolder, tn::TPDirEintrag* node, UniqueNames& names) {
+        const std::string hostText = "standard input";
+        if (content->size() > kLargestFile) {
+            Fail(hostText + " holds more than a FAT file can (2 GiB)");
+            return;
+        }
+        const Placement place = Place(name, hostText, fatFolder, node, names, false);
+        AddFile(place, hostText, {{}, place.fatPath, content->size(), std::move(content)});
+    }
+
+  private:
+    // FAT sizes are 32-bit, and the package's file functions count in int.
+    static constexpr std::uint64_t kLargestFile = 0x7FFFFFFFu;
+
+    // The name `hostName` gets in `fatFolder`, and what it meets there.
+    Placement Place(const std::string& hostName, const std::string& hostText,
+                    const std::string& fatFolder, tn::TPDirEintrag* node, UniqueNames& names,
+                    bool folder) {
+        bool changed = false;
         const std::string mapped = FatLongName(hostName, changed);
         // A folder that exists takes the new content; a file that exists is kept. Names
         // given out earlier in this command get a numbered variant instead.
@@ -108,38 +172,26 @@ class Planner {
         const std::string fatPath = Join(fatFolder, name);
         if (changed) FatNote("stores " + hostText + " as " + Shown(fatPath));
         ++entries_;
-        if (folder) {
-            if (existing != nullptr && !existing->IsDirectory()) {
-                Fail(Shown(fatPath) + " is a file in the image; " + hostText + " is a folder");
-                return;
-            }
-            if (existing == nullptr) {
-                plan_.folders.push_back(fatPath);
-                plan_.clusters += 1;
-            }
-            AddFolderContent(host, fatPath, existing);
-            return;
-        }
+        return {fatPath, existing, replacing};
+    }
+
+    void AddFile(const Placement& place, const std::string& hostText, PlannedFile file) {
+        tn::TPDirEintrag* existing = place.existing;
         if (existing != nullptr && existing->IsDirectory()) {
-            Fail(Shown(fatPath) + " is a folder in the image; " + hostText + " is a file");
+            Fail(Shown(place.fatPath) + " is a folder in the image; " + hostText + " is a file");
             return;
         }
-        if (existing != nullptr && !replacing) {
-            Fail(Shown(fatPath) + " exists already in the image; not overwritten (--force " +
+        if (existing != nullptr && !place.replacing) {
+            Fail(Shown(place.fatPath) + " exists already in the image; not overwritten (--force " +
                  "replaces it)");
             return;
         }
-        const auto size = fs::file_size(host, ec);
-        if (ec || size > 0x7FFFFFFFu) {
-            Fail("cannot read " + hostText);
-            return;
-        }
-        if (replacing) {
+        if (place.replacing) {
             plan_.replaced.push_back(existing);
             plan_.freed += (NodeSize(*existing) + clusterBytes_ - 1) / clusterBytes_;
         }
-        plan_.files.push_back({host, fatPath, size});
-        plan_.clusters += (size + clusterBytes_ - 1) / clusterBytes_;
+        plan_.clusters += (file.size + clusterBytes_ - 1) / clusterBytes_;
+        plan_.files.push_back(std::move(file));
     }
 
     // Every entry set can take a new cluster of its folder when that folder is full.
@@ -230,7 +282,7 @@ bool Execute(MountedImage& w, const Plan& plan, bool quiet) {
     for (const auto& file : plan.files) {
         progress.Update(++done, plan.files.size(), Cp1252ToUtf8(file.fatPath));
         std::string data;
-        if (!ReadHostFile(file.host, data) || data.size() != file.size) {
+        if (!ReadContent(file, data) || data.size() != file.size) {
             FatNote("cannot read " + PathText(file.host));
             return false;
         }
@@ -286,8 +338,8 @@ bool Verify(const std::shared_ptr<store::ImageSession>& session, const VolumeLoc
     for (const auto& file : plan.files) {
         tn::TPDirEintrag* node = m.Find(file.fatPath, problem, false);
         std::string expected, found;
-        if (node == nullptr || !ReadNode(*node, found, problem) ||
-            !ReadHostFile(file.host, expected) || found != expected) {
+        if (node == nullptr || !ReadNode(*node, found, problem) || !ReadContent(file, expected) ||
+            found != expected) {
             FatNote(Shown(file.fatPath) + " does not read back as written");
             return false;
         }
@@ -301,7 +353,7 @@ int Apply(FatRequest& r, MountedImage& m, const Plan& plan, std::uint32_t free) 
                        " clusters needed, " + std::to_string(free) + " free");
     }
     if (!Execute(m, plan, r.args.Flag("--quiet")) || !Verify(m.Session(), m.Where(), plan)) {
-        return FatFail(r.image + " was left unchanged");
+        return FatFail(Unchanged(r));
     }
     return CommitFatWrite(r, *m.Session());
 }
@@ -360,7 +412,7 @@ bool PrepareFatWrite(FatRequest& r, std::unique_ptr<MountedImage>& m) {
     if (!m) return false;
     const std::string refusal = FatWriteRefusal(*m);
     if (!refusal.empty()) {
-        FatFail(refusal);
+        FatFail("cannot write " + r.image + ": " + refusal + "; it was left unchanged");
         return false;
     }
     return true;
@@ -372,7 +424,21 @@ int CommitFatWrite(FatRequest& r, store::ImageSession& session) {
     return kSuccess;
 }
 
+// What `--as` and standard input ask of the operands, checked before the image is opened.
+std::string PutOperandsProblem(const FatRequest& r) {
+    const auto asName = r.args.Option("--as");
+    const bool fromInput =
+        std::count(r.operands.begin(), r.operands.end(), std::string(kStandardInput)) > 0;
+    if (asName && r.operands.size() != 1) return "--as names a single FILE";
+    if (fromInput && !asName) return "standard input (-) needs --as NAME, its name in the image";
+    if (asName && (asName->empty() || asName->find_first_of("/\\") != std::string::npos))
+        return "--as takes a name, not a path (--to gives the folder)";
+    return {};
+}
+
 int FatPut(FatRequest& r) {
+    if (const std::string problem = PutOperandsProblem(r); !problem.empty())
+        return FatUsage(problem);
     std::unique_ptr<MountedImage> m;
     if (!PrepareFatWrite(r, m)) return kFailure;
 
@@ -380,13 +446,23 @@ int FatPut(FatRequest& r) {
     std::string folder;
     tn::TPDirEintrag* node = nullptr;
     if (!PlanTargetFolder(*m, r.args.Option("--to").value_or("/"), plan, folder, node)) {
-        return FatFail(r.image + " was left unchanged");
+        return FatFail(Unchanged(r));
     }
     Planner planner(plan, m->Volume().ClusterSize, r.args.Flag("--force"));
     UniqueNames names;
-    for (const auto& host : r.operands)
-        planner.Add(fs::path(host), folder, node, names);
-    if (plan.failures > 0) return FatFail(r.image + " was left unchanged");
+    const std::string asName = r.args.Option("--as").value_or("");
+    for (const auto& host : r.operands) {
+        if (host != kStandardInput) {
+            planner.Add(fs::path(host), folder, node, names, asName);
+            continue;
+        }
+        std::vector<unsigned char> bytes;
+        std::string problem;
+        if (!ReadInputFile(host, bytes, problem)) return FatFail(problem + "; " + Unchanged(r));
+        planner.AddHeld(asName, std::make_shared<const std::string>(bytes.begin(), bytes.end()),
+                        folder, node, names);
+    }
+    if (plan.failures > 0) return FatFail(Unchanged(r));
     const auto free = m->FreeClusters() + plan.freed;
     return Apply(r, *m, plan,
                  static_cast<std::uint32_t>(std::min<std::uint64_t>(free, UINT32_MAX)));
@@ -399,7 +475,7 @@ int FatMkdir(FatRequest& r) {
     std::string folder;
     tn::TPDirEintrag* node = nullptr;
     if (!PlanTargetFolder(*m, r.operands[0], plan, folder, node)) {
-        return FatFail(r.image + " was left unchanged");
+        return FatFail(Unchanged(r));
     }
     if (plan.folders.empty()) {
         FatNote(Shown(folder) + " exists already");
@@ -445,7 +521,7 @@ int FatFormat(FatRequest& r) {
     std::string problem;
     const auto session = store::ImageSession::Open(image, options, problem);
     if (!session) return FatFail(problem);
-    if (!WriteSystemArea(session, area, bytes)) return FatFail(r.image + " was left unchanged");
+    if (!WriteSystemArea(session, area, bytes)) return FatFail(Unchanged(r));
     if (CommitFatWrite(r, *session) != kSuccess) return kFailure;
     const std::uint64_t clusterBytes = std::uint64_t{geometry->sectorsPerCluster} * 512;
     Print("formatted %s: FAT%d, %llu bytes, %u clusters of %llu bytes\n", r.image.c_str(),

@@ -294,10 +294,9 @@ int Write(tn::TFlash& flash, const Args& args, const std::string& file, bool& ch
                           "words, so the bytes would land at 0x" +
                               ToHex(offset - 1));
     }
-    std::vector<char> read;
+    std::vector<unsigned char> bytes;
     std::string problem;
-    if (!ReadInputFile(file, read, problem)) return Fail(problem);
-    std::vector<unsigned char> bytes(read.begin(), read.end());
+    if (!ReadInputFile(file, bytes, problem)) return Fail(problem);
     if (bytes.empty()) return Fail(file + " is empty");
     if (static_cast<long long>(bytes.size()) > flash.Size - offset) {
         return Fail(file + " does not fit into the image at offset " + std::to_string(offset));

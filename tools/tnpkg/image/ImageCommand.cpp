@@ -229,7 +229,7 @@ int Dump(Request& r) {
 // erased flash behind its data), for any input the tool reads, standard input included.
 bool LoadInto(char* slice, int count, const std::string& file, std::string& problem) {
     constexpr std::size_t kZeroPadding = 4;
-    std::vector<char> bytes;
+    std::vector<unsigned char> bytes;
     if (!ReadInputFile(file, bytes, problem)) return false;
     const std::size_t wanted = static_cast<std::size_t>(count);
     const std::size_t taken = std::min(bytes.size(), wanted);

@@ -9,6 +9,7 @@
 
 #include "cli/Command.h"
 #include "cli/Failure.h"
+#include "cli/HostFiles.h"
 #include "cli/Json.h"
 #include "cli/Output.h"
 #include "cli/Progress.h"
@@ -18,7 +19,6 @@ namespace tnpkg {
 namespace {
 
 constexpr long long kDefaultMinimumVersion = 1;
-constexpr std::size_t kReadChunk = 1 << 20;
 // Scan steps between two looks at the progress line (a look is cheap, a redraw is rarer).
 constexpr int kStepsPerUpdate = 4096;
 
@@ -48,26 +48,6 @@ class RecordCollector : public tn::TPSaveList {
   private:
     const unsigned char* base_;
 };
-
-bool ReadFile(const std::string& path, std::vector<unsigned char>& bytes, Progress& progress) {
-    std::FILE* file = std::fopen(path.c_str(), "rb");
-    if (file == nullptr) return false;
-    std::uint64_t total = 0;
-    if (std::fseek(file, 0, SEEK_END) == 0) {
-        const long end = std::ftell(file);
-        total = end > 0 ? static_cast<std::uint64_t>(end) : 0;
-        std::rewind(file);
-    }
-    std::vector<unsigned char> chunk(kReadChunk);
-    std::size_t n = 0;
-    while ((n = std::fread(chunk.data(), 1, chunk.size(), file)) > 0) {
-        bytes.insert(bytes.end(), chunk.begin(), chunk.begin() + static_cast<std::ptrdiff_t>(n));
-        progress.Update(bytes.size(), total, "bytes read");
-    }
-    const bool ok = std::ferror(file) == 0;
-    std::fclose(file);
-    return ok;
-}
 
 // The scan of LoadRegion, step by step so that the progress line can follow it.
 void Scan(RecordCollector& collector, std::vector<unsigned char>& bytes, int minimum,
@@ -135,8 +115,11 @@ int RunRecords(const Args& args) {
     std::vector<unsigned char> bytes;
     {
         Progress progress("records: reading", args.Flag("--quiet"));
-        if (!ReadFile(path, bytes, progress)) {
-            const std::string problem = "cannot read " + path;
+        std::string problem;
+        const auto shown = [&progress](std::uint64_t done, std::uint64_t total) {
+            progress.Update(done, total, "bytes read");
+        };
+        if (!ReadInputFile(path, bytes, problem, shown)) {
             RecordFailure(problem);
             std::fprintf(stderr, "tnpkg records: %s\n", problem.c_str());
             return kFailure;

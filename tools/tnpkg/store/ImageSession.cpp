@@ -63,9 +63,21 @@ ImageSession::~ImageSession() {
 bool ImageSession::OpenFile(std::string& problem) {
     std::error_code ec;
     std::string error;
+    if (fs::is_directory(path_, ec)) {
+        problem = given_ + " is a folder, not an image";
+        return false;
+    }
     if (fs::exists(path_, ec)) {
         const auto mode = options_.write ? os::OpenMode::ReadWrite : os::OpenMode::Read;
         if (file_.Open(path_, mode, error)) return true;
+        // Whether the file's mode, its folder's or a read-only medium refused, the user's fix
+        // is the same.
+        os::File probe;
+        std::string ignored;
+        if (options_.write && probe.Open(path_, os::OpenMode::Read, ignored)) {
+            problem = given_ + " is read-only";
+            return false;
+        }
         problem = "cannot open " + given_ + (options_.write ? " for writing: " : ": ") + error;
         return false;
     }

@@ -102,7 +102,7 @@ int RunConvert(const Args& args) {
     c.upper = args.Flag("--upper");
     const std::string file =
         args.Positional().empty() ? std::string(kStandardInput) : args.Positional()[0];
-    std::vector<char> bytes;
+    std::vector<unsigned char> bytes;
     std::string problem;
     if (!ReadInputFile(file, bytes, problem)) {
         RecordFailure(problem);
