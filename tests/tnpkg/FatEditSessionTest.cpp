@@ -1,7 +1,7 @@
 // A seeded random editing session per FAT type and sector size: put, put --force, mkdir, rm,
-// rm -r, mv and label with awkward names, each through tnpkg. After every step fsck.fat -n finds
-// the volume clean, mcopy -s and mdir return exactly what the session's own model holds, and
-// mlabel reads the label the session set.
+// rm -r, mv and label with awkward names, each through tnpkg, until the volume is full. After
+// every step fsck.fat -n finds the volume clean, mcopy -s and mdir return exactly what the
+// session's own model holds, and mlabel reads the label the session set.
 #include <gtest/gtest.h>
 
 #include <cstdlib>
@@ -22,7 +22,8 @@ namespace {
 namespace fs = std::filesystem;
 using tn::test::Q;
 
-// Long names, blanks, mixed case, umlauts and many names that share one 8.3 stem.
+// Long names, blanks, mixed case, umlauts (also differing only in their case), names that begin
+// with a dot, and many names that share one 8.3 stem.
 const std::vector<std::string> kNames = {
     "Flug Nr 1.igc",
     "flugbuch.txt",
@@ -49,6 +50,10 @@ const std::vector<std::string> kNames = {
     "x",
     "NOEXT",
     "with  two  blanks",
+    ".hidden",
+    ".profile.cfg",
+    "\xC3\xA4.txt",
+    "\xC3\x84.txt",
 };
 
 const std::vector<std::string> kLabels = {"FLIGHTS", "CARD 2024", "A", "NO NAME X", "X-1_2"};
@@ -157,6 +162,33 @@ class Session {
                 break;
         }
         Check(n);
+    }
+
+    // Fills the volume to its last cluster with one file, then: a put that needs one more
+    // cluster is refused and leaves the image as it was, a move still works, and a removal
+    // gives the room back.
+    void FillUp() {
+        const auto info = tn::test::RunTool("fat info " + Q(image_) + " --json").output;
+        const std::size_t free = std::stoull(info.substr(info.find("\"freeBytes\":") + 12));
+        const std::string bytes = tn::test::Pattern(free, static_cast<std::uint32_t>(rng_()));
+        Run("put " + Q(image_) + " " + Q(HostFile("Voll.bin", bytes)));
+        model_.files["/Voll.bin"] = bytes;
+        Check(-1);
+        ASSERT_NE(tn::test::RunTool("fat info " + Q(image_))
+                      .output.find("free:                0 clusters"),
+                  std::string::npos);
+        const std::string before = tn::test::Bytes(image_);
+        const auto refused =
+            tn::test::RunTool("fat put " + Q(image_) + " " + Q(HostFile("one more", "x")), true);
+        EXPECT_EQ(refused.status, 1);
+        EXPECT_NE(refused.output.find("not enough room"), std::string::npos) << refused.output;
+        ASSERT_EQ(tn::test::Bytes(image_), before);
+        Run("mv " + Q(image_) + " /Voll.bin '/.voll bis zum Rand'");
+        model_.Rename("/Voll.bin", "/.voll bis zum Rand");
+        Check(-2);
+        Run("rm " + Q(image_) + " '/.voll bis zum Rand'");
+        model_.Drop("/.voll bis zum Rand");
+        Check(-3);
     }
 
   private:
@@ -320,6 +352,8 @@ TEST(FatEditSession, RandomEditsStayCleanAndEqualToTheModel) {
         }
         // Steps that found nothing to do are skipped; most must have run a command.
         EXPECT_GT(session.Commands(), kSteps / 2);
+        session.FillUp();
+        if (testing::Test::HasFatalFailure()) return;
     }
 }
 
