@@ -1,5 +1,5 @@
 // The tool's text commands: igcname, mod36 and convert.
-#include "TextTestHelpers.h"
+#include "text/TextTestHelpers.h"
 
 namespace tn::test {
 namespace {
