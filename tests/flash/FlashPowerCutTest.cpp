@@ -3,11 +3,14 @@
 #include <tnpackage/tnpackage.h>
 
 #include <cstring>
+#include <string>
 #include <vector>
 
 #include <gtest/gtest.h>
 
 #include "flash/FlashTestSupport.h"
+#include "support/DeviceWindow.h"
+#include "support/FatImages.h"
 
 namespace {
 
@@ -82,6 +85,50 @@ TEST_F(FlashPowerCut, EveryCompleteRecordReadsBackAndNothingUnwrittenIsLive) {
     for (const auto& s : samples)
         expected += s.Size - 12;
     EXPECT_EQ(tornButLive, expected);
+}
+
+// A block copy and the FAT sector rewrite cut short anywhere (during the erase or after any
+// programmed byte) fail without harm, and running them again with the power back finishes the
+// job.
+TEST_F(FlashPowerCut, MemCopyAndSaveFatCutAnywhereFinishWhenRunAgain) {
+    constexpr std::uint32_t kSource = 0x00100000;
+    constexpr int kLength = 300;
+    tn::test::DeviceWindow source(kSource, kLength);
+    for (int i = 0; i < kLength; ++i)
+        *source.At(kSource + static_cast<std::uint32_t>(i)) = static_cast<unsigned char>(i * 5);
+    const auto wanted = source.Range(kSource, kSource + kLength);
+    TFlash flash(2 * TFlash::kSectorSize);
+    for (int cut = 0; cut <= kLength; cut += 3) {
+        SCOPED_TRACE(cut);
+        Fill(flash, 0, TFlash::kSectorSize, static_cast<unsigned char>(cut));  // not blank
+        flash.Chips().PowerOn();
+        flash.Chips().CutPowerAfter(cut);
+        flash.MemCopy(At(0x100), static_cast<int>(kSource), kLength, false);
+        flash.Chips().PowerOn();
+        EXPECT_TRUE(flash.MemCopy(At(0x100), static_cast<int>(kSource), kLength, true));
+        EXPECT_EQ(Cells(flash, 0x100, 0x100 + kLength), wanted);
+    }
+
+    TN_REQUIRE_FAT_TOOLS();
+    const auto folder = tn::test::ScratchFolder();
+    ASSERT_TRUE(tn::test::MakeFatImage(folder / "Flash.DAT", 256, "-F 12 -S 512 -s 1"));
+    TFlash fat(2 * TFlash::kSectorSize);
+    fat.Volume = new tn::TPVolumeFAT(&fat, 'A', 0);
+    const auto image = Cells(fat, 0, 2 * TFlash::kSectorSize);
+    tn::test::DeviceWindow copy(tn::DeviceAddressSpace::kBootSectorCopy, 512);
+    std::memcpy(copy.At(tn::DeviceAddressSpace::kBootSectorCopy), image.data(), 512);
+    for (int cut = 0; cut <= 512; cut += 16) {
+        SCOPED_TRACE(cut);
+        fat.Chips().PowerOn();
+        fat.Chips().CutPowerAfter(cut);
+        fat.SaveFAT();
+        fat.Chips().PowerOn();
+        EXPECT_TRUE(fat.SaveFAT());
+        EXPECT_EQ(Cells(fat, 0, 512),
+                  std::vector<unsigned char>(image.begin(), image.begin() + 512));
+    }
+    delete fat.Volume;
+    fat.Volume = nullptr;
 }
 
 }  // namespace

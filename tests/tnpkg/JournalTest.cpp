@@ -1,6 +1,7 @@
 // Interrupting tnpkg's writes at every point: after each page of the journal and after each
-// page written into the image. The next command rolls the image back to its old bytes exactly
-// (or finds the command finished), reports what it did, and the volume passes fsck.fat -n.
+// page written into the image, and by a disk that fails any one write half-way. The image ends
+// as its old bytes exactly (rolled back by the failing command itself, or by the next one after
+// a crash, which reports it) or as the finished result, and the volume passes fsck.fat -n.
 #include <gtest/gtest.h>
 
 #include <filesystem>
@@ -19,6 +20,7 @@ using namespace tn::test;
 
 constexpr const char* kInJournal = "TNPKG_TEST_CRASH_IN_JOURNAL";
 constexpr const char* kAfterPages = "TNPKG_TEST_CRASH_AFTER";
+constexpr const char* kFailWrite = "TNPKG_TEST_FAIL_WRITE";
 constexpr int kMostPoints = 400;  // a bound on the loops, far above any write here
 
 class JournalTest : public ::testing::Test {
@@ -30,12 +32,15 @@ class JournalTest : public ::testing::Test {
     const fs::path dir_ = ScratchFolder();
 };
 
-// Crashes `write` (tnpkg arguments on `image`) at every point of one hook, each time from the
-// image `before`, and lets `reader` recover. Returns how many crashes there were; the first run
-// that finishes leaves its result in `image` for the caller to check.
+// Interrupts `write` (tnpkg arguments on `image`) at every point of one hook, each time from
+// the image `before`, and lets `reader` recover. A crash leaves the journal for `reader` to play
+// back; a failing write is rolled back by the command itself, which fails. Returns how many
+// interruptions there were; the first run that finishes leaves its result in `image` for the
+// caller to check.
 int CrashAtEveryPoint(const char* hook, const fs::path& image, const std::string& before,
                       const std::string& write, const std::string& reader, bool fat) {
-    for (int n = 0; n < kMostPoints; ++n) {
+    const bool failing = std::string(hook) == kFailWrite;
+    for (int n = failing ? 1 : 0; n < kMostPoints; ++n) {
         SCOPED_TRACE(std::string(hook) + "=" + std::to_string(n));
         WriteBytes(image, before);
         const auto run = RunWith(std::string(hook) + "=" + std::to_string(n), write);
@@ -43,11 +48,22 @@ int CrashAtEveryPoint(const char* hook, const fs::path& image, const std::string
             EXPECT_EQ(run.output.find("recovered"), std::string::npos) << run.output;
             return n;
         }
-        EXPECT_EQ(run.status, kCrashStatus) << run.output;
-        EXPECT_TRUE(fs::exists(JournalOf(image)));
+        if (failing) {
+            EXPECT_EQ(run.status, 1) << run.output;
+            EXPECT_NE(
+                run.output.find("input/output error; " + image.string() + " was left unchanged"),
+                std::string::npos)
+                << run.output;
+        } else {
+            EXPECT_EQ(run.status, kCrashStatus) << run.output;
+            EXPECT_TRUE(fs::exists(JournalOf(image)));
+        }
         const auto next = RunWith("", reader);
-        EXPECT_NE(next.output.find("tnpkg: recovered " + image.string() + ": "), std::string::npos)
-            << next.output;
+        if (!failing) {
+            EXPECT_NE(next.output.find("tnpkg: recovered " + image.string() + ": "),
+                      std::string::npos)
+                << next.output;
+        }
         EXPECT_FALSE(fs::exists(JournalOf(image)));
         EXPECT_TRUE(Bytes(image) == before) << "not rolled back";
         if (fat) {
@@ -90,7 +106,11 @@ TEST_F(JournalTest, FatWritesInterruptedAnywhereAreRolledBackOrFinished) {
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.write);
-        for (const char* hook : {kInJournal, kAfterPages}) {
+        // A failing disk, at every write of the commands that add content.
+        std::vector<const char*> hooks = {kInJournal, kAfterPages};
+        if (c.write.rfind("fat put", 0) == 0 || c.write.rfind("fat mkdir", 0) == 0)
+            hooks.push_back(kFailWrite);
+        for (const char* hook : hooks) {
             const int crashes =
                 CrashAtEveryPoint(hook, image, before, c.write, "fat ls " + Q(image), true);
             ASSERT_GT(crashes, 1);

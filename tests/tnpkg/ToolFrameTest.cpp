@@ -184,7 +184,7 @@ TEST_F(ToolFrame, OutputThatCannotBeWrittenFailsTheCommand) {
     if (!MakeImage("a.img", {{"/A.TXT", "hello"}, {"/BIG.BIN", big}})) {
         GTEST_SKIP() << "no mkfs.fat / mtools";
     }
-    const std::string full = "tnpkg: cannot write the output: No space left on device\n";
+    const std::string full = "tnpkg: cannot write the output: no space left on device\n";
     for (const std::string& arguments :
          {"crc " + Q("f.bin"), "fat ls " + Q("a.img"), "fat ls --json " + Q("a.img"),
           "fat cat " + Q("a.img") + " /BIG.BIN", "fat get " + Q("a.img") + " /A.TXT --to -",

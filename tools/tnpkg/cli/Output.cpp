@@ -12,6 +12,7 @@
 #endif
 
 #include "cli/Command.h"
+#include "cli/HostFiles.h"
 
 namespace tnpkg {
 namespace {
@@ -102,7 +103,7 @@ int FinishOutput(int status) {
     if (outputError == 0) return status;
     // The reader has stopped reading: what it wanted, it has; nothing to tell anyone.
     if (outputError == EPIPE) return kFailure;
-    std::fprintf(stderr, "tnpkg: cannot write the output: %s\n", std::strerror(outputError));
+    std::fprintf(stderr, "tnpkg: cannot write the output: %s\n", SystemReason(outputError).c_str());
     return kFailure;
 }
 

@@ -12,6 +12,8 @@
 #include <unistd.h>
 #endif
 
+#include "cli/HostFiles.h"
+
 namespace tnpkg {
 namespace {
 
@@ -60,7 +62,7 @@ NewHostFile::~NewHostFile() {
 }
 
 void NewHostFile::Fail(const char* what) {
-    if (problem_.empty()) problem_ = std::string(what) + ": " + std::strerror(errno);
+    if (problem_.empty()) problem_ = std::string(what) + ": " + SystemReason(errno);
 }
 
 bool NewHostFile::Write(const char* bytes, std::size_t count) {

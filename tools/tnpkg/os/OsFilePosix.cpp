@@ -5,6 +5,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cctype>
 #include <cerrno>
 #include <chrono>
 #include <cstring>
@@ -12,6 +13,7 @@
 #include <thread>
 
 #include "os/OsFile.h"
+#include "os/WriteFault.h"
 
 namespace tnpkg::os {
 
@@ -71,6 +73,7 @@ std::int64_t File::ReadAt(std::int64_t offset, void* bytes, std::size_t n) {
 }
 
 bool File::WriteAt(std::int64_t offset, const void* bytes, std::size_t n) {
+    const bool failing = WriteFailsNow(n);
     const auto* at = static_cast<const char*>(bytes);
     std::size_t done = 0;
     while (done < n) {
@@ -80,7 +83,8 @@ bool File::WriteAt(std::int64_t offset, const void* bytes, std::size_t n) {
         if (put <= 0) return false;
         done += static_cast<std::size_t>(put);
     }
-    return true;
+    if (failing) errno = EIO;
+    return !failing;
 }
 
 std::int64_t File::Size() {
@@ -133,7 +137,11 @@ void ExitAtOnce() {
 }
 
 std::string LastError() {
-    return std::strerror(errno);
+    // Inside a sentence of the tool's: "cannot open X: permission denied".
+    std::string text = std::strerror(errno);
+    if (!text.empty())
+        text[0] = static_cast<char>(std::tolower(static_cast<unsigned char>(text[0])));
+    return text;
 }
 
 }  // namespace tnpkg::os

@@ -3,12 +3,14 @@
 #include <windows.h>
 
 #include <algorithm>
+#include <cctype>
 #include <chrono>
 #include <cstdlib>
 #include <string>
 #include <thread>
 
 #include "os/OsFile.h"
+#include "os/WriteFault.h"
 
 namespace tnpkg::os {
 namespace {
@@ -86,6 +88,7 @@ std::int64_t File::ReadAt(std::int64_t offset, void* bytes, std::size_t n) {
 }
 
 bool File::WriteAt(std::int64_t offset, const void* bytes, std::size_t n) {
+    const bool failing = WriteFailsNow(n);
     const auto* at = static_cast<const char*>(bytes);
     std::size_t done = 0;
     while (done < n) {
@@ -98,7 +101,8 @@ bool File::WriteAt(std::int64_t offset, const void* bytes, std::size_t n) {
         if (!::WriteFile(Native(handle_), at + done, want, &put, &where) || put == 0) return false;
         done += put;
     }
-    return true;
+    if (failing) ::SetLastError(ERROR_WRITE_FAULT);
+    return !failing;
 }
 
 std::int64_t File::Size() {
@@ -160,7 +164,10 @@ std::string LastError() {
     while (!message.empty() &&
            (message.back() == '\n' || message.back() == '\r' || message.back() == '.'))
         message.pop_back();
-    return message.empty() ? "error " + std::to_string(code) : message;
+    if (message.empty()) return "error " + std::to_string(code);
+    // Inside a sentence of the tool's: "cannot open X: access is denied".
+    message[0] = static_cast<char>(std::tolower(static_cast<unsigned char>(message[0])));
+    return message;
 }
 
 }  // namespace tnpkg::os

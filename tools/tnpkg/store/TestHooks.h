@@ -6,6 +6,8 @@
 //                                  (0: right after the journal file was created)
 //   TNPKG_TEST_CRASH_AFTER=N       ends the process after N pages were written into the image
 //                                  (0: right after the journal is on the disk)
+//
+// A failing disk is os/WriteFault.h's TNPKG_TEST_FAIL_WRITE.
 #pragma once
 
 namespace tnpkg::store {
