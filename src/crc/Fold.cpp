@@ -5,6 +5,7 @@
 
 namespace tn::crc {
 
+#if TN_CRC_FOLD_X86
 namespace {
 
 constexpr std::size_t kChunkMask = ~std::size_t{15};
@@ -20,6 +21,7 @@ std::uint32_t FromWide(std::uint64_t shape, std::uint32_t wide) {
 }
 
 }  // namespace
+#endif
 
 std::size_t FoldPrefix(const std::uint64_t* k, ByteMap map, std::uint32_t& c, const std::uint8_t* p,
                        std::size_t n) {
