@@ -78,7 +78,7 @@ void Crc7(benchmark::State& state) {
 
 void TableArgs(benchmark::internal::Benchmark* b) {
     for (std::int64_t bytes : {64, 4096, 1 << 20}) {
-        for (std::int64_t width : {7, 12, 16, 24, 32}) {
+        for (std::int64_t width : {4, 7, 12, 16, 24, 32}) {
             for (std::int64_t mode : {0, 1})
                 b->Args({bytes, width, mode});
         }

@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <type_traits>
 
+#include "crc/ByteSum.h"
 #include "crc/Fold.h"
 #include "crc/SlicedSteps.h"
 
@@ -48,6 +49,8 @@ std::uint32_t NormalEntry(int i, int width, int shift, std::uint32_t polynomial)
 // The reflected step shifts the register by width - 8: only at width 16 is that the common
 // reflected CRC, a polynomial remainder that folding can compute.
 constexpr int kFoldedReflectedWidth = 16;
+// Up to this width the reflected register never reaches the table index (see ByteSum.h).
+constexpr int kMaxByteSumWidth = 4;
 
 std::uint32_t ReflectBits(std::uint32_t value, int bits) {
     return static_cast<std::uint32_t>(Reflect(static_cast<int>(value), bits));
@@ -102,6 +105,10 @@ std::uint32_t TPCRC::Create(const void* data, int len) const {
     if (data == nullptr || len <= 0) return initial_ ^ finalXor_;
     const auto* p = static_cast<const std::uint8_t*>(data);
     const auto n = static_cast<std::size_t>(len);
+    if (Reflected() && width_ >= 1 && width_ <= kMaxByteSumWidth) {
+        const std::uint8_t oddXor = (n % 2) != 0 ? byteXor_ : 0;
+        return initial_ ^ table_[crc::XorOfBytes(p, n) ^ oddXor] ^ finalXor_;
+    }
     // Below width 8 the normal table reads only the low `width` bits of an input byte, and
     // puts them where a CRC puts the byte's top bits.
     const int byteShift = !Reflected() && width_ < kByteBits ? kByteBits - width_ : 0;
