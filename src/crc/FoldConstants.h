@@ -43,12 +43,22 @@ struct FoldConstants {
 
 namespace detail {
 
-// x^e mod P, P = x^32 + low.
-constexpr std::uint32_t PowerModulo(int e, std::uint32_t low) {
+inline constexpr int kHighestPower = 1024 + 64;
+static_assert(kFoldDistances[kFoldDistanceCount - 1] + 64 == kHighestPower);
+
+// x^e mod P for every e up to kHighestPower, P = x^32 + low: one run of the shift register.
+struct Powers {
+    std::uint32_t of[kHighestPower + 1];
+};
+
+constexpr Powers PowersModulo(std::uint32_t low) {
+    Powers p{};
     std::uint32_t r = 1;
-    for (int i = 0; i < e; ++i)
+    for (int e = 0; e <= kHighestPower; ++e) {
+        p.of[e] = r;
         r = (r << 1) ^ ((r >> 31) != 0 ? low : 0);
-    return r;
+    }
+    return p;
 }
 
 // floor(x^64 / P) by long division: the dividend's bits enter a 33-bit window from the top;
@@ -84,8 +94,9 @@ constexpr FoldConstants MakeFoldConstants(int width, std::uint32_t polynomial, b
     const int scale = kWideBits - width;
     const std::uint32_t mask = width == kWideBits ? 0xFFFFFFFFU : (1U << width) - 1;
     const std::uint32_t low = (polynomial & mask) << scale;
-    const auto power = [low, reflected](int e) -> std::uint64_t {
-        const std::uint64_t v = detail::PowerModulo(e, low);
+    const detail::Powers powers = detail::PowersModulo(low);
+    const auto power = [&powers, reflected](int e) -> std::uint64_t {
+        const std::uint64_t v = powers.of[e];
         return reflected ? detail::Reflect33(v) : v;
     };
     for (int i = 0; i < kFoldDistanceCount; ++i) {
