@@ -17,8 +17,12 @@ CrcPath DetectPath() {
     const bool clmul = __builtin_cpu_supports("pclmul") && __builtin_cpu_supports("sse4.1") &&
                        __builtin_cpu_supports("ssse3");
     if (!clmul) return CrcPath::kPortable;
+#ifndef _WIN32
+    // Not on Windows: GCC there keeps the stack aligned to 16 bytes only, and 256-bit spills
+    // would fault.
     if (__builtin_cpu_supports("vpclmulqdq") && __builtin_cpu_supports("avx2"))
         return CrcPath::kVpclmul;
+#endif
     return CrcPath::kPclmul;
 #else
     return CrcPath::kPortable;
