@@ -115,11 +115,11 @@ TEST(CrcFolding, LongBuffersMatchTheByteStep) {
     PathGuard guard;
     tn::InitCRC16();
     std::mt19937 rng(99);
-    Bytes data(1 << 20);
+    Bytes data(262147);
     for (auto& b : data)
         b = static_cast<std::uint8_t>(rng());
     const std::vector<TPCRC> calculators = Calculators(rng);
-    for (int n : {1 << 20, (1 << 20) - 1, 300001, 257}) {
+    for (int n : {262147, 65541, 4099, 257}) {
         const std::uint16_t crc16 = tn::CreateCRC16ByteByByte(data.data(), n);
         std::vector<std::uint32_t> expected;
         for (const TPCRC& crc : calculators)
