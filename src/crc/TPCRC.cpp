@@ -8,6 +8,7 @@
 
 #include "crc/ByteSum.h"
 #include "crc/Fold.h"
+#include "crc/PlaneSteps.h"
 #include "crc/SlicedSteps.h"
 
 namespace tn {
@@ -114,8 +115,10 @@ std::uint32_t TPCRC::Create(const void* data, int len) const {
     const int byteShift = !Reflected() && width_ < kByteBits ? kByteBits - width_ : 0;
     std::uint32_t c = initial_;
     const std::size_t folded = crc::FoldPrefix(fold_, {byteXor_, byteShift}, c, p, n);
-    c = crc::RunSliced({Reflected(), shift_, mask_, table_}, slices_, c, p + folded, n - folded,
-                       byteXor_);
+    const crc::StepShape shape{Reflected(), shift_, mask_, table_};
+    if (folded == 0 && crc::RunByPlanes(shape, slices_, width_, c, p, n, byteXor_))
+        return c ^ finalXor_;
+    c = crc::RunSliced(shape, slices_, c, p + folded, n - folded, byteXor_);
     return c ^ finalXor_;
 }
 
