@@ -2,9 +2,13 @@
 #include <tnpackage/crc/TPCRC.h>
 #include <tnpackage/util/Reflect.h>
 
+#include <algorithm>
 #include <cstddef>
 #include <type_traits>
 
+#include "crc/ByteSum.h"
+#include "crc/Fold.h"
+#include "crc/PlaneSteps.h"
 #include "crc/SlicedSteps.h"
 
 namespace tn {
@@ -15,7 +19,7 @@ constinit TPCRC* CRC7 = nullptr;
 constinit TPCRC* CRC32 = nullptr;
 
 static_assert(TPCRC::kTableSize == crc::kTableSize && TPCRC::kSliceBytes == crc::kSliceBytes &&
-              TPCRC::kRegisterBytes == crc::kRegisterBytes);
+              TPCRC::kRegisterBytes == crc::kRegisterBytes && TPCRC::kFoldWords == crc::kFoldWords);
 
 namespace {
 
@@ -43,6 +47,12 @@ std::uint32_t NormalEntry(int i, int width, int shift, std::uint32_t polynomial)
     return r;
 }
 
+// The reflected step shifts the register by width - 8: only at width 16 is that the common
+// reflected CRC, a polynomial remainder that folding can compute.
+constexpr int kFoldedReflectedWidth = 16;
+// Up to this width the reflected register never reaches the table index (see ByteSum.h).
+constexpr int kMaxByteSumWidth = 4;
+
 std::uint32_t ReflectBits(std::uint32_t value, int bits) {
     return static_cast<std::uint32_t>(Reflect(static_cast<int>(value), bits));
 }
@@ -60,7 +70,8 @@ TPCRC::TPCRC(int width, int polynomial)
       initial_(width == kMaxWidth ? kAllOnes : 0),
       finalXor_(width == kMaxWidth ? kAllOnes : 0),
       byteXor_(0),
-      slices_{} {
+      slices_{},
+      fold_{} {
     for (int i = 0; i < kTableSize; ++i) {
         const std::uint32_t r = NormalEntry(i, width_, shift_, polynomial_);
         if (Reflected()) {
@@ -71,6 +82,10 @@ TPCRC::TPCRC(int width, int polynomial)
         }
     }
     crc::BuildSliceTables({Reflected(), shift_, mask_, table_}, slices_);
+    if (!Reflected() || width_ == kFoldedReflectedWidth) {
+        const crc::FoldConstants fold = crc::MakeFoldConstants(width_, polynomial_, Reflected());
+        std::copy(std::begin(fold.word), std::end(fold.word), fold_);
+    }
 }
 
 bool TPCRC::Reflected() const {
@@ -89,9 +104,21 @@ void TPCRC::Set(int initial, int finalXor, int byteXor) {
 
 std::uint32_t TPCRC::Create(const void* data, int len) const {
     if (data == nullptr || len <= 0) return initial_ ^ finalXor_;
-    const std::uint32_t c = crc::RunSliced({Reflected(), shift_, mask_, table_}, slices_, initial_,
-                                           static_cast<const std::uint8_t*>(data),
-                                           static_cast<std::size_t>(len), byteXor_);
+    const auto* p = static_cast<const std::uint8_t*>(data);
+    const auto n = static_cast<std::size_t>(len);
+    if (Reflected() && width_ >= 1 && width_ <= kMaxByteSumWidth) {
+        const std::uint8_t oddXor = (n % 2) != 0 ? byteXor_ : 0;
+        return initial_ ^ table_[crc::XorOfBytes(p, n) ^ oddXor] ^ finalXor_;
+    }
+    // Below width 8 the normal table reads only the low `width` bits of an input byte, and
+    // puts them where a CRC puts the byte's top bits.
+    const int byteShift = !Reflected() && width_ < kByteBits ? kByteBits - width_ : 0;
+    std::uint32_t c = initial_;
+    const std::size_t folded = crc::FoldPrefix(fold_, {byteXor_, byteShift}, c, p, n);
+    const crc::StepShape shape{Reflected(), shift_, mask_, table_};
+    if (folded == 0 && crc::RunByPlanes(shape, slices_, width_, c, p, n, byteXor_))
+        return c ^ finalXor_;
+    c = crc::RunSliced(shape, slices_, c, p + folded, n - folded, byteXor_);
     return c ^ finalXor_;
 }
 

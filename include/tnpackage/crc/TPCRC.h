@@ -21,6 +21,9 @@ class TN_EXPORT TPCRC {
     static constexpr int kSliceBytes = 8;
     static constexpr int kRegisterBytes = 4;
     static constexpr int kSliceTables = kSliceBytes + kRegisterBytes;
+    /// Constant words of the carry-less-multiply form of Create (powers of x modulo the
+    /// polynomial, the Barrett constant, the shape).
+    static constexpr int kFoldWords = 13;
 
     /// Builds the table for the bit order of CRCInsertMode (1 = reflected, else normal). Start
     /// and final XOR are all ones for width 32, 0 otherwise; byte XOR 0. Widths outside 1..32
@@ -79,6 +82,8 @@ class TN_EXPORT TPCRC {
     std::uint8_t byteXor_;
     // Derived from the table: the step of eight input bytes at once.
     std::uint32_t slices_[kSliceTables][kTableSize];
+    // Derived from the polynomial: the constants of folding 16 bytes and more at once.
+    std::uint64_t fold_[kFoldWords];
 };
 
 /// Bit order of every TPCRC built afterwards: 1 reflected (least significant bit first), any
