@@ -18,24 +18,8 @@ namespace {
 
 using tn::test::Pattern;
 
-// Switches the standard mode on (or off) for the volumes mounted while it lives.
-class Mode {
-  public:
-    explicit Mode(bool standard)
-        : saved_(tn::FATStandard), savedTyping_(tn::FATTypeByDataClusters) {
-        tn::FATStandard = standard;
-    }
-    ~Mode() {
-        tn::FATStandard = saved_;
-        tn::FATTypeByDataClusters = savedTyping_;
-    }
-    Mode(const Mode&) = delete;
-    Mode& operator=(const Mode&) = delete;
-
-  private:
-    bool saved_;
-    bool savedTyping_;
-};
+using Mode = tn::test::FatMode;
+using tn::test::Chain;
 
 struct Geometry {
     const char* name;
@@ -89,13 +73,6 @@ bool PutEmptyFiles(const std::filesystem::path& image, const std::string& fatDir
             .status == 0;
     std::filesystem::remove_all(stage);
     return ok;
-}
-
-std::vector<int> Chain(tn::TPVolumeFAT& v, int first) {
-    std::vector<int> chain;
-    for (int c = first; v.IsDataCluster(c) && chain.size() < 70000; c = v.GetCluster(c))
-        chain.push_back(c);
-    return chain;
 }
 
 // A near-limit volume laid out by mtools: folder F in cluster 2, FILL.BIN up to 0xFE0, a gap

@@ -15,6 +15,33 @@
 
 namespace tn::test {
 
+/// Switches the standard mode on (or off) for the volumes mounted while it lives; the typing
+/// rule is restored with it, as tests change that too.
+class FatMode {
+  public:
+    explicit FatMode(bool standard) : saved_(FATStandard), savedTyping_(FATTypeByDataClusters) {
+        FATStandard = standard;
+    }
+    ~FatMode() {
+        FATStandard = saved_;
+        FATTypeByDataClusters = savedTyping_;
+    }
+    FatMode(const FatMode&) = delete;
+    FatMode& operator=(const FatMode&) = delete;
+
+  private:
+    bool saved_;
+    bool savedTyping_;
+};
+
+/// The clusters of a chain from `first`, as the volume follows it (bounded).
+inline std::vector<int> Chain(TPVolumeFAT& v, int first) {
+    std::vector<int> chain;
+    for (int c = first; v.IsDataCluster(c) && chain.size() < 70000; c = v.GetCluster(c))
+        chain.push_back(c);
+    return chain;
+}
+
 /// An image file mounted through the package: the medium and the volume on it.
 struct Mounted {
     std::unique_ptr<TPDateiSpeicher> medium;

@@ -174,6 +174,21 @@ inline std::string Utf8(const std::string& latin1) {
     return out;
 }
 
+/// A UTF-8 name of Latin1 letters as Windows-1252: the inverse of Utf8.
+inline std::string Latin1(const std::string& utf8) {
+    std::string out;
+    for (std::size_t i = 0; i < utf8.size(); ++i) {
+        const auto c = static_cast<unsigned char>(utf8[i]);
+        if ((c & 0xE0) == 0xC0 && i + 1 < utf8.size()) {
+            const auto next = static_cast<unsigned char>(utf8[++i]);
+            out += static_cast<char>(((c & 0x1F) << 6) | (next & 0x3F));
+        } else {
+            out += static_cast<char>(c);
+        }
+    }
+    return out;
+}
+
 inline std::vector<unsigned char> LoadBytes(const std::filesystem::path& file) {
     std::ifstream in(file, std::ios::binary);
     return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
