@@ -109,8 +109,10 @@ native build/test -DCMAKE_BUILD_TYPE=RelWithDebInfo -DTN_BUILD_BENCH=ON
 step "Linux, RelWithDebInfo, CRCs on the portable path"
 TN_CRC_PORTABLE=1 ctest --test-dir build/test -j "$jobs" --output-on-failure -R 'CRC|Crc'
 step "Linux, Debug, AddressSanitizer and UndefinedBehaviorSanitizer"
+# Every tool process runs instrumented here: the random editing session takes fewer steps (its
+# full length runs in the first stage).
 ASAN_OPTIONS=detect_leaks=1:abort_on_error=1 UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 \
-  native build/sanitize -DCMAKE_BUILD_TYPE=Debug -DTN_SANITIZE=ON
+  TN_EDIT_SESSION_STEPS=12 native build/sanitize -DCMAKE_BUILD_TYPE=Debug -DTN_SANITIZE=ON
 if ((all)); then
   step "Linux, Release"
   native build/release-check -DCMAKE_BUILD_TYPE=Release
