@@ -16,9 +16,6 @@
 
 namespace tn::test {
 
-inline std::string Text(const TPString& s) {
-    return s.c_str() != nullptr ? s.c_str() : "";
-}
 inline TPString Owned(const std::string& s) {
     return TPString(const_cast<char*>(s.c_str()));
 }
