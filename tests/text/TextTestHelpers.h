@@ -1,4 +1,4 @@
-// Shared by the text tests: TPString to and from std::string, and reference tools run on bytes.
+// Shared by the text tests: owned TPStrings from std::string, and reference tools run on bytes.
 #pragma once
 
 #include <gtest/gtest.h>
