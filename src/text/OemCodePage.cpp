@@ -1,5 +1,6 @@
 #include "text/OemCodePage.h"
 
+#include "text/CodePageBlock.h"
 #include "text/GermanLetters.h"
 
 namespace tn::cp850 {
@@ -23,13 +24,7 @@ bool FromUnicode(char32_t codePoint, unsigned char& byte) {
         byte = static_cast<unsigned char>(codePoint);
         return true;
     }
-    for (int i = 0; i < 128; ++i) {
-        if (kUpperHalf[i] == codePoint) {
-            byte = static_cast<unsigned char>(0x80 + i);
-            return true;
-        }
-    }
-    return false;
+    return codepage::FindInBlock(kUpperHalf, 0x80, codePoint, byte);
 }
 
 }  // namespace tn::cp850

@@ -1,5 +1,7 @@
 #include "text/Windows1252.h"
 
+#include "text/CodePageBlock.h"
+
 namespace tn::cp1252 {
 
 bool FromUnicode(char32_t codePoint, unsigned char& byte) {
@@ -7,13 +9,7 @@ bool FromUnicode(char32_t codePoint, unsigned char& byte) {
         byte = static_cast<unsigned char>(codePoint);
         return true;
     }
-    for (int i = 0; i < 32; ++i) {
-        if (kHighControls[i] == codePoint) {
-            byte = static_cast<unsigned char>(0x80 + i);
-            return true;
-        }
-    }
-    return false;
+    return codepage::FindInBlock(kHighControls, 0x80, codePoint, byte);
 }
 
 }  // namespace tn::cp1252
