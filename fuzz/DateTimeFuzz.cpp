@@ -190,7 +190,7 @@ void FormatPattern(Bytes& in) {
     const TPString text = TPDateTime(value).FormatString(TPString(exact.get()));
     // A pattern without field letters and quotes is printed as it stands.
     if (pattern.find_first_of("yYmMdDhHnNsSzZ\"'") == std::string::npos) {
-        TN_FUZZ_CHECK(pattern == (text.c_str() != nullptr ? text.c_str() : ""));
+        TN_FUZZ_CHECK(pattern == tn::ToStdString(text));
     }
 }
 

@@ -15,29 +15,6 @@ namespace {
 
 using tn::TPString;
 
-std::string Str(const TPString& s) {
-    return s.c_str() != nullptr ? s.c_str() : "";
-}
-
-// Windows-1252 text as UTF-8, through the string class's own wide conversion.
-std::string Utf8Of(const TPString& text) {
-    std::string out;
-    for (const wchar_t w : static_cast<tn::UnicodeString>(text)) {
-        const auto c = static_cast<char32_t>(w);
-        if (c < 0x80) {
-            out += static_cast<char>(c);
-        } else if (c < 0x800) {
-            out += static_cast<char>(0xC0 | (c >> 6));
-            out += static_cast<char>(0x80 | (c & 0x3F));
-        } else {
-            out += static_cast<char>(0xE0 | (c >> 12));
-            out += static_cast<char>(0x80 | ((c >> 6) & 0x3F));
-            out += static_cast<char>(0x80 | (c & 0x3F));
-        }
-    }
-    return out;
-}
-
 void Decoders(const std::string& text) {
     const auto source = tn::fuzz::ExactCopy(text);
     auto target = std::make_unique<char[]>(text.size() + 1);
@@ -51,15 +28,15 @@ void Decoders(const std::string& text) {
 
     TPString member(source.get());
     member.HTMLDecodierung2();
-    if (text.size() < 4096) TN_FUZZ_CHECK(Str(member) == decoded);
+    if (text.size() < 4096) TN_FUZZ_CHECK(ToStdString(member) == decoded);
 
     const TPString owned(source.get());
-    const std::string ascii = Str(owned.UTF8toAscii());
+    const std::string ascii = ToStdString(owned.UTF8toAscii());
     TN_FUZZ_CHECK(ascii.size() <= text.size());
     for (int mode = 0; mode < 4; ++mode) {
         const TPString html = owned.UTF8toHTML(mode);
         if (mode & 2) {
-            for (const char c : Str(html))
+            for (const char c : ToStdString(html))
                 TN_FUZZ_CHECK(static_cast<unsigned char>(c) < 0x80);
         }
     }
@@ -70,17 +47,17 @@ void RoundTrips(const std::string& text) {
     const std::string t = text.substr(0, 150);
     const auto source = tn::fuzz::ExactCopy(t);
     const TPString ansi(source.get());
-    const std::string utf8 = Utf8Of(ansi);
+    const std::string utf8 = tn::Win1252ToUtf8(t);
     const auto utf8Copy = tn::fuzz::ExactCopy(utf8);
     const TPString fromUtf8(utf8Copy.get());
-    TN_FUZZ_CHECK(Str(fromUtf8.UTF8toAscii()) == t);
-    TN_FUZZ_CHECK(Str(fromUtf8.UTF8toHTML(0)) == Str(ansi.Ansi2HTML(false)));
-    TN_FUZZ_CHECK(Str(fromUtf8.UTF8toHTML(1)) == Str(ansi.Ansi2HTML(true)));
+    TN_FUZZ_CHECK(ToStdString(fromUtf8.UTF8toAscii()) == t);
+    TN_FUZZ_CHECK(ToStdString(fromUtf8.UTF8toHTML(0)) == ToStdString(ansi.Ansi2HTML(false)));
+    TN_FUZZ_CHECK(ToStdString(fromUtf8.UTF8toHTML(1)) == ToStdString(ansi.Ansi2HTML(true)));
 
     const TPString escaped = ansi.Ansi2HTML(true);
     TPString back(escaped);
     back.HTMLDecodierung2();
-    TN_FUZZ_CHECK(Str(back) == t);
+    TN_FUZZ_CHECK(ToStdString(back) == t);
 }
 
 }  // namespace

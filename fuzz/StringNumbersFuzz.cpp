@@ -34,7 +34,7 @@ void Parse(const std::string& text) {
         (void)point;
     }
     // The separator swap is undone.
-    TN_FUZZ_CHECK(std::string(owned.c_str() != nullptr ? owned.c_str() : "") == text);
+    TN_FUZZ_CHECK(tn::ToStdString(owned) == text);
     (void)tn::Mod36ToInt(owned);
     (void)tn::IGCToInt(owned);
 }

@@ -1,9 +1,12 @@
 // The conversions of outside text into other forms: OEM code page and 7-bit replacements
-// (in place), the ASCII spellings, and the URL form.
+// (in place), the ASCII spellings, the URL form, and the code pages to and from UTF-8.
 //
 // Invariants: the in-place conversions keep the length and undo each other on text without OEM
 // codes and replacement characters; the two ASCII spellings agree; the URL form holds only the
-// characters it keeps and "%XX" escapes, and its escapes give back every ASCII text.
+// characters it keeps and "%XX" escapes, and its escapes give back every ASCII text. Every byte
+// string, NULs included, comes back from UTF-8 unchanged in both code pages; any input read as
+// UTF-8 gives at most one byte per input byte, and a result that contains no replacement is
+// exactly what the input said.
 #include <cctype>
 #include <cstdint>
 #include <string>
@@ -13,10 +16,6 @@
 namespace {
 
 using tn::TPString;
-
-std::string Str(const TPString& s) {
-    return s.c_str() != nullptr ? s.c_str() : "";
-}
 
 bool HasOemOrReplacement(const std::string& t) {
     for (const char ch : t) {
@@ -34,6 +33,23 @@ bool Kept(char c) {
     return std::isalnum(static_cast<unsigned char>(c)) != 0 && static_cast<unsigned char>(c) < 0x80;
 }
 
+// DEL stands in for the replacement; input that holds DEL itself skips the last check.
+void CodePages(const std::string& raw) {
+    constexpr char kReplacement = '\x7F';
+    for (const bool oem : {false, true}) {
+        const auto toUtf8 = oem ? tn::OemToUtf8 : tn::Win1252ToUtf8;
+        const auto fromUtf8 = oem ? tn::Utf8ToOem : tn::Utf8ToWin1252;
+        const std::string utf8 = toUtf8(raw);
+        TN_FUZZ_CHECK(fromUtf8(utf8, kReplacement) == raw);
+        const std::string narrowed = fromUtf8(raw, kReplacement);
+        TN_FUZZ_CHECK(narrowed.size() <= raw.size());
+        if (raw.find(kReplacement) == std::string::npos &&
+            narrowed.find(kReplacement) == std::string::npos) {
+            TN_FUZZ_CHECK(toUtf8(narrowed) == raw);
+        }
+    }
+}
+
 int Hex(char c) {
     if (c >= '0' && c <= '9') return c - '0';
     if (c >= 'A' && c <= 'F') return c - 'A' + 10;
@@ -44,33 +60,35 @@ int Hex(char c) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     tn::fuzz::Quiet();
+    CodePages(std::string(reinterpret_cast<const char*>(data), size));
     const std::string text = tn::fuzz::Text(std::string(reinterpret_cast<const char*>(data), size));
     const auto source = tn::fuzz::ExactCopy(text);
 
     TPString oem(source.get());
     const TPString converted = oem.Ansi2OEM();
-    TN_FUZZ_CHECK(Str(oem).size() == text.size() && Str(converted) == Str(oem));
+    TN_FUZZ_CHECK(ToStdString(oem).size() == text.size() &&
+                  ToStdString(converted) == ToStdString(oem));
     if (!HasOemOrReplacement(text)) {
         oem.OEM2Ansi();
-        TN_FUZZ_CHECK(Str(oem) == text);
+        TN_FUZZ_CHECK(ToStdString(oem) == text);
     }
     TPString ansi(source.get());
     ansi.OEM2Ansi();
-    TN_FUZZ_CHECK(Str(ansi).size() == text.size());
+    TN_FUZZ_CHECK(ToStdString(ansi).size() == text.size());
     const TPString borrowed(static_cast<const char*>(source.get()), 0u);
-    TN_FUZZ_CHECK(Str(borrowed.Ansi2OEM()) == text);  // borrowed text is left alone
+    TN_FUZZ_CHECK(ToStdString(borrowed.Ansi2OEM()) == text);  // borrowed text is left alone
 
     TPString spelled(source.get());
-    const std::string uml = Str(spelled.Ansi2Uml());
-    const std::string kein = Str(tn::KeinUmlaut(spelled));
+    const std::string uml = ToStdString(spelled.Ansi2Uml());
+    const std::string kein = ToStdString(tn::KeinUmlaut(spelled));
     if (kein.size() < 1024) TN_FUZZ_CHECK(uml == kein);
-    const std::string upper = Str(spelled.UmlautCodierung(true));
+    const std::string upper = ToStdString(spelled.UmlautCodierung(true));
     TN_FUZZ_CHECK(upper.size() <= 4095 && uml.size() <= 1023);
     if (kein.size() < 4094) TN_FUZZ_CHECK(upper.size() == kein.size());
 
     TPString url(source.get());
     url.HTMLCodierung();
-    const std::string encoded = Str(url);
+    const std::string encoded = ToStdString(url);
     TN_FUZZ_CHECK(encoded.size() <= 4095);
     std::string decoded;
     bool ascii = true;

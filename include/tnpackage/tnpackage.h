@@ -19,6 +19,7 @@
 
 // Text: the string class, conversions, helpers, string lists.
 #include <tnpackage/text/Conversions.h>
+#include <tnpackage/text/Encodings.h>
 #include <tnpackage/text/Standards.h>
 #include <tnpackage/text/TPString.h>
 #include <tnpackage/text/TPStringArray.h>

@@ -1,6 +1,8 @@
 // POSIX side of the drive queries. There are no drive letters: a folder's "drive" is the mount
 // that holds it, described by /proc/self/mountinfo, statvfs and sysfs, and translated into what
 // the Windows volume-information and drive-type queries would say about such a volume.
+#include <tnpackage/text/Encodings.h>
+
 #include <sys/stat.h>
 #include <sys/statvfs.h>
 #include <unistd.h>
@@ -234,26 +236,6 @@ std::string UdevName(const char* folder, const std::string& partition) {
     return {};
 }
 
-// UTF-8 text as Windows-1252 (characters beyond it become "?").
-std::string ToWindows1252(const std::string& utf8) {
-    std::string out;
-    for (std::size_t i = 0; i < utf8.size();) {
-        const auto c = static_cast<unsigned char>(utf8[i]);
-        unsigned code = c;
-        std::size_t length = 1;
-        if (c >= 0xC0 && c < 0xE0 && i + 1 < utf8.size()) {
-            code = ((c & 0x1Fu) << 6) | (static_cast<unsigned char>(utf8[i + 1]) & 0x3Fu);
-            length = 2;
-        } else if (c >= 0xE0) {
-            length = c < 0xF0 ? 3 : 4;
-            code = '?';
-        }
-        out.push_back(code < 0x100 ? static_cast<char>(code) : '?');
-        i += length;
-    }
-    return out;
-}
-
 // A serial number from a file system id: "ABCD-1234" (FAT, exFAT) is the serial itself; the
 // 16 digits of NTFS keep their low half like Windows; of a 128-bit UUID the first 8 digits.
 std::optional<std::uint32_t> SerialFromId(const std::string& id) {
@@ -332,7 +314,7 @@ VolumeDetails QueryVolume(const char* folder) {
         identified = ReadFatBootSector("/dev/" + device.partition, v);
     }
     if (!identified && !device.partition.empty()) {
-        v.label = ToWindows1252(UdevName("by-label", device.partition)).substr(0, kLabelLimit);
+        v.label = tn::Utf8ToWin1252(UdevName("by-label", device.partition)).substr(0, kLabelLimit);
         if (const auto serial = SerialFromId(UdevName("by-uuid", device.partition))) {
             v.serial = *serial;
             identified = true;

@@ -22,10 +22,6 @@ namespace tn {
 
 namespace {
 
-std::string Std(const TPString& s) {
-    return s.c_str() != nullptr ? std::string(s.c_str()) : std::string();
-}
-
 const char* KindLabel(std::uint16_t type) {
     switch (type) {
         case TPDirEintrag::kFile:
@@ -57,7 +53,7 @@ void SetNames(TPDirEintrag* node, const char* longName) {
 // when nothing was written.
 bool WriteNewEntry(TPDirEintrag* node, TPVerzeichnisInfo* parent, const TPString& name) {
     TPVolumeFAT* volume = parent != nullptr ? parent->Volume : nullptr;
-    const std::string text = Std(name);
+    const std::string text = ToStdString(name);
     if (volume == nullptr || volume->FATBuffer == nullptr) {
         fat::Warn("FAT: kein Volume f\xFCr '" + text + "'");
         return false;
@@ -210,9 +206,9 @@ void TPDirEintrag::FATDirEintrag(int piece, char*& name, int& address) {
 }
 
 TPString TPDirEintrag::Info() {
-    return fat::Text(std::string(KindLabel(Type)) + " '" + Std(Name) + "' ('" + Std(Name2) +
-                     "') Cluster " + std::to_string(FirstCluster) + " Adresse " +
-                     fat::Hex(static_cast<std::uint32_t>(EntryAddress)));
+    return fat::Text(std::string(KindLabel(Type)) + " '" + ToStdString(Name) + "' ('" +
+                     ToStdString(Name2) + "') Cluster " + std::to_string(FirstCluster) +
+                     " Adresse " + fat::Hex(static_cast<std::uint32_t>(EntryAddress)));
 }
 
 TPString TPDirEintrag::Text(TPString prefix) {
@@ -228,7 +224,7 @@ void TPDirEintrag::Mount() {}
 TPString TPDirEintrag::Path() const {
     std::string path;
     for (const TPDirEintrag* e = this; e != nullptr && e->Parent != nullptr; e = e->Parent) {
-        path = "\\" + Std(e->Name) + path;
+        path = "\\" + ToStdString(e->Name) + path;
     }
     return fat::Text(path);
 }

@@ -123,14 +123,14 @@ bool MapDrive(char letter, TPString folder) {
             storage::Owned(std::string("Laufwerksbuchstabe '") + letter + "' ist ung\xFCltig!"));
         return false;
     }
-    const std::string text = folder.IsEmpty() ? std::string() : Trimmed(folder.c_str());
+    const std::string text = Trimmed(ToStdString(folder));
     LoadedMap().folders[static_cast<std::size_t>(index)] =
         text.empty() ? std::string() : WithoutTrailingSeparator(text);
     return true;
 }
 
 int SetDriveMap(TPString map) {
-    return Load(map.IsEmpty() ? std::string() : std::string(map.c_str()));
+    return Load(ToStdString(map));
 }
 
 TPString DrivePath(char letter) {
@@ -142,9 +142,9 @@ TPString DrivePath(char letter) {
 }
 
 TPString DriveFilePath(char letter, TPString rest) {
-    std::string path = DrivePath(letter).IsEmpty() ? std::string() : DrivePath(letter).c_str();
+    std::string path = ToStdString(DrivePath(letter));
     if (path.empty()) return TPString();
-    std::string tail = rest.IsEmpty() ? std::string() : rest.c_str();
+    std::string tail = ToStdString(rest);
     const std::size_t first = tail.find_first_not_of("\\/");
     tail = first == std::string::npos ? std::string() : tail.substr(first);
     if (tail.empty()) return storage::Owned(path);

@@ -44,10 +44,6 @@ std::vector<std::string> SplitPath(const std::string& path) {
     return parts;
 }
 
-std::string Std(const TPString& s) {
-    return s.c_str() != nullptr ? std::string(s.c_str()) : std::string();
-}
-
 }  // namespace
 
 // ---- TPFile
@@ -292,7 +288,7 @@ int TPVolumeFAT::FileWrite(TPFile* f, char* data, int count, bool saveEntry) {
 
 TPDateiInfo* TPVolumeFAT::SearchFile(TPString path) {
     if (Root == nullptr) return nullptr;
-    std::string rest = Std(path);
+    std::string rest = ToStdString(path);
     TPVerzeichnisInfo* node = Current != nullptr ? Current : Root;
     if (!rest.empty() && rest[0] == '\\') {
         node = Root;
@@ -310,7 +306,7 @@ TPDateiInfo* TPVolumeFAT::SearchFile(TPString path) {
 TPVerzeichnisInfo* TPVolumeFAT::ForceDirectories(TPString path) {
     if (Root == nullptr) return nullptr;
     TPVerzeichnisInfo* node = Root;
-    for (const std::string& part : SplitPath(Std(path))) {
+    for (const std::string& part : SplitPath(ToStdString(path))) {
         if (part.empty()) continue;
         const TPString name = fat::Text(part);
         TPVerzeichnisInfo* next = nullptr;
@@ -336,7 +332,7 @@ TPVerzeichnisInfo* TPVolumeFAT::ForceDirectories(TPString path) {
 
 TPDateiInfo* TPVolumeFAT::CreateFile(TPFile* f, TPString path) {
     if (Root == nullptr) return nullptr;
-    const std::string text = Std(path);
+    const std::string text = ToStdString(path);
     const auto slash = text.rfind('\\');
     TPVerzeichnisInfo* dir = Current;
     std::string name = text;

@@ -527,8 +527,7 @@ bool TPVolumeFAT::IsSkippedDotEntry(const unsigned char* entry) const {
 
 void TPVolumeFAT::ListDirectory(TPVerzeichnisInfo* dir) {
     if (dir->Depth > kMaxDepth) {
-        fat::Warn("FAT: Verzeichnisse zu tief verschachtelt (" +
-                  std::string(dir->Name.c_str() ? dir->Name.c_str() : "") + ")");
+        fat::Warn("FAT: Verzeichnisse zu tief verschachtelt (" + ToStdString(dir->Name) + ")");
         return;
     }
     // The sectors of the directory: the root area, or the cluster chain.

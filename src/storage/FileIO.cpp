@@ -86,7 +86,7 @@ bool Extend(TPVolumeFAT* volume, TPFile* record, std::int64_t target) {
 namespace fileio {
 
 ParsedPath ParsePath(const TPString& path) {
-    const std::string text = path.IsEmpty() ? std::string() : std::string(path.c_str());
+    const std::string text = ToStdString(path);
     ParsedPath parsed;
     std::string rest;
     if (text.size() >= 2 && text[1] == ':') {
@@ -297,7 +297,7 @@ bool DirectoryExistsV(TPString) {
 }
 
 bool ForceDirectoriesV(TPString path) {
-    const std::string text = path.IsEmpty() ? std::string() : std::string(path.c_str());
+    const std::string text = ToStdString(path);
     const auto colon = text.find(':');
     if (colon == std::string::npos || colon == 0 || FATList == nullptr) return false;
     std::string rest = text.substr(colon + 1);

@@ -19,10 +19,6 @@ TPWinStartHook OnWinStart = nullptr;
 
 namespace {
 
-std::string Std(const TPString& s) {
-    return s.IsEmpty() ? std::string() : std::string(s.c_str());
-}
-
 bool IsSeparator(char c) {
     return c == '\\' || c == '/' || c == platform::PathSeparator();
 }
@@ -101,10 +97,10 @@ int WriteText(int handle, const TPString& text) {
 namespace fileio {
 
 std::string PCPath(const TPString& path) {
-    const std::string text = Std(path);
+    const std::string text = ToStdString(path);
     if (text.size() >= 2 && text[1] == ':' && storage::LetterIndex(text[0]) >= 0) {
         if (!storage::MappedFolder(text[0]).empty()) {
-            return Std(DriveFilePath(text[0], storage::Owned(text.substr(2))));
+            return ToStdString(DriveFilePath(text[0], storage::Owned(text.substr(2))));
         }
         return platform::HasDriveLetters() ? text : std::string();
     }
@@ -119,7 +115,7 @@ bool FileExistsV(TPString path) {
         return volume->SearchFile(parsed.rest) != nullptr;
     }
     if (!GetVolumeInfo(parsed.letter)) return false;
-    const std::string file = Std(DriveFilePath(parsed.letter, parsed.rest));
+    const std::string file = ToStdString(DriveFilePath(parsed.letter, parsed.rest));
     return !file.empty() && platform::FileExists(file.c_str());
 }
 
@@ -152,7 +148,7 @@ int FileAddLine(int handle, TPString text) {
 }
 
 TPString WinStartCommand(TPString file) {
-    const std::string name = Std(file);
+    const std::string name = ToStdString(file);
     const auto dot = name.rfind('.');
     std::string extension;
     if (dot != std::string::npos && name.find_first_of("\\/", dot) == std::string::npos) {

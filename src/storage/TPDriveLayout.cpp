@@ -216,8 +216,7 @@ bool TPDriveLayout::ReadDrive(TPString drive) {
 bool TPDriveLayout::ReadImage(TPString fileName) {
     std::memset(Buffer, 0, sizeof Buffer);
     Bytes = 0;
-    return FromFile(*this, fileName.IsEmpty() ? std::string() : std::string(fileName.c_str()),
-                    false);
+    return FromFile(*this, ToStdString(fileName), false);
 }
 
 int TPDriveLayout::PartitionCount() const {

@@ -28,7 +28,7 @@ bool IsVariableNameChar(char c) {
 }
 
 std::string ProgramFolder() {
-    std::string folder = ProgramDir.c_str() != nullptr ? ProgramDir.c_str() : "";
+    std::string folder = ToStdString(ProgramDir);
     if (!folder.empty() && !IsSeparator(folder.back())) folder += platform::PathSeparator();
     return folder;
 }

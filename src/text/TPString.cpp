@@ -349,4 +349,9 @@ int TPString::CountChar(char c) const {
     return count;
 }
 
+std::string ToStdString(const TPString& text) {
+    const char* s = text.c_str();
+    return s != nullptr ? std::string(s) : std::string();
+}
+
 }  // namespace tn

@@ -1,5 +1,7 @@
 #include "text/Utf8Decoder.h"
 
+#include <cstdint>
+
 namespace tn::utf8 {
 
 namespace {
@@ -29,28 +31,32 @@ bool Classify(unsigned char b, Lead& lead) {
     }
     return true;
 }
+static_assert(1 + 3 == kMaxSequence);
 
 }  // namespace
 
-bool Next(const char*& p, char32_t& codePoint) {
-    const auto first = static_cast<unsigned char>(*p++);
-    if (first < 0x80) {
-        codePoint = first;
-        return true;
-    }
+Step Decode(const char* p, std::size_t available) {
+    const auto first = static_cast<unsigned char>(p[0]);
+    if (first < 0x80) return {1, true, first};
     Lead lead{};
-    if (!Classify(first, lead)) return false;
+    if (!Classify(first, lead)) return {1, false, 0};
     char32_t value = lead.bits;
-    for (int i = 0; i < lead.trailing; ++i) {
-        const auto b = static_cast<unsigned char>(*p);  // the NUL ends the piece here
-        const unsigned char low = i == 0 ? lead.secondLow : kContinuationLow;
-        const unsigned char high = i == 0 ? lead.secondHigh : kContinuationHigh;
-        if (b < low || b > high) return false;  // the byte is left for the next call
+    for (int i = 1; i <= lead.trailing; ++i) {
+        if (static_cast<std::size_t>(i) >= available) return {i, false, 0};
+        const auto b = static_cast<unsigned char>(p[i]);  // a NUL ends the piece here
+        const unsigned char low = i == 1 ? lead.secondLow : kContinuationLow;
+        const unsigned char high = i == 1 ? lead.secondHigh : kContinuationHigh;
+        if (b < low || b > high) return {i, false, 0};  // the byte belongs to the next piece
         value = (value << 6) | (b & 0x3Fu);
-        ++p;
     }
-    codePoint = value;
-    return true;
+    return {lead.trailing + 1, true, value};
+}
+
+bool Next(const char*& p, char32_t& codePoint) {
+    const Step step = Decode(p, SIZE_MAX);
+    p += step.length;
+    if (step.valid) codePoint = step.codePoint;
+    return step.valid;
 }
 
 }  // namespace tn::utf8

@@ -33,10 +33,6 @@ std::string Upper(std::string text) {
     return text;
 }
 
-std::string Text(const TPString& s) {
-    return s.IsEmpty() ? std::string() : s.c_str();
-}
-
 class DrivesTest : public testing::Test {
   protected:
     void SetUp() override { SetDriveMap(""); }
@@ -140,17 +136,17 @@ TEST_F(DrivesTest, DriveMapEntriesAndPaths) {
               (std::vector<std::string>{"Laufwerkszuordnung 'bad' ist ung\xFCltig!",
                                         "Laufwerkszuordnung 'Q=' ist ung\xFCltig!",
                                         "Laufwerkszuordnung '1=/x' ist ung\xFCltig!"}));
-    EXPECT_EQ(Text(DrivePath('E')), "/media/card");
-    EXPECT_EQ(Text(DrivePath('e')), "/media/card");
-    EXPECT_EQ(Text(DrivePath('F')), "/");
-    EXPECT_EQ(Text(DrivePath('G')), "/h");  // the later entry wins
+    EXPECT_EQ(ToStdString(DrivePath('E')), "/media/card");
+    EXPECT_EQ(ToStdString(DrivePath('e')), "/media/card");
+    EXPECT_EQ(ToStdString(DrivePath('F')), "/");
+    EXPECT_EQ(ToStdString(DrivePath('G')), "/h");  // the later entry wins
     EXPECT_TRUE(DrivePath('Q').IsEmpty());
     EXPECT_EQ(AvailableDrives(), (1u << 2) | (1u << 4) | (1u << 5) | (1u << 6));
 
-    EXPECT_EQ(Text(DriveFilePath('E', "\\FLIGHTS\\X.IGC")), "/media/card/FLIGHTS/X.IGC");
-    EXPECT_EQ(Text(DriveFilePath('E', "FLIGHTS\\X.IGC")), "/media/card/FLIGHTS/X.IGC");
-    EXPECT_EQ(Text(DriveFilePath('F', "\\X.IGC")), "/X.IGC");
-    EXPECT_EQ(Text(DriveFilePath('E', "")), "/media/card");
+    EXPECT_EQ(ToStdString(DriveFilePath('E', "\\FLIGHTS\\X.IGC")), "/media/card/FLIGHTS/X.IGC");
+    EXPECT_EQ(ToStdString(DriveFilePath('E', "FLIGHTS\\X.IGC")), "/media/card/FLIGHTS/X.IGC");
+    EXPECT_EQ(ToStdString(DriveFilePath('F', "\\X.IGC")), "/X.IGC");
+    EXPECT_EQ(ToStdString(DriveFilePath('E', "")), "/media/card");
 
     warnings.Clear();
     EXPECT_TRUE(MapDrive('E', ""));

@@ -48,10 +48,6 @@ std::map<int, DumpedPartition> Dump(const fs::path& image, std::uint32_t& labelI
     return parts;
 }
 
-std::string Text(const TPString& s) {
-    return s.IsEmpty() ? std::string() : s.c_str();
-}
-
 TEST(PartitionLayoutTest, ImageLayoutMatchesSfdisk) {
     if (!test::HaveTool("sfdisk")) GTEST_SKIP() << "sfdisk missing";
     const fs::path image = test::Partitioned(
@@ -91,7 +87,7 @@ TEST(PartitionLayoutTest, ImageLayoutMatchesSfdisk) {
         "Partition = 1, Type: 0x83, No: 0x00000002, Test: 0, n.e.!\n"
         "Partition = 2, Type: 0x06, No: 0x00000003, Test: 1\n"
         "Partition = 3, Type: 0x00, No: 0x00000000, Test: 0, n.e.!";
-    EXPECT_EQ(Text(layout.Report()), report);
+    EXPECT_EQ(ToStdString(layout.Report()), report);
 }
 
 TEST(PartitionLayoutTest, MoreEntriesThanFitAreRefused) {
@@ -121,7 +117,7 @@ TEST(PartitionLayoutTest, MoreEntriesThanFitAreRefused) {
     EXPECT_EQ(layout.PartitionCount(), TPDriveLayout::kMaxEntries);
     layout.Bytes = 1000;
     EXPECT_EQ(layout.PartitionCount(), TPDriveLayout::kMaxEntries);
-    const std::string report = Text(layout.Report());
+    const std::string report = ToStdString(layout.Report());
     EXPECT_NE(report.find("Partition = 4,"), std::string::npos);
     EXPECT_EQ(report.find("Partition = 5,"), std::string::npos);
     layout.Bytes = 3;

@@ -6,12 +6,6 @@
 
 using namespace tn;
 
-namespace {
-std::string Bytes(const TPString& s) {
-    return s.c_str() ? std::string(s.c_str()) : std::string();
-}
-}  // namespace
-
 TEST(Globals, StartWithTheirDocumentedValues) {
     EXPECT_TRUE(WrnEnabled);
     EXPECT_FALSE(Running || IDERun || TestBoolFlag || CancelFlag || StopAll ||
@@ -33,12 +27,12 @@ TEST(Globals, StandardStringsAreEmptyUntilCreatedAndKeepTwoWhenDeleted) {
     EXPECT_TRUE(OEMChar.IsEmpty());
 
     CreateStdStrings();
-    EXPECT_EQ(Bytes(OEMChar), "\x8E\x99\x9A\x84\x94\x81\xE1");
-    EXPECT_EQ(Bytes(sCRLF), "\r\n");
+    EXPECT_EQ(ToStdString(OEMChar), "\x8E\x99\x9A\x84\x94\x81\xE1");
+    EXPECT_EQ(ToStdString(sCRLF), "\r\n");
     EXPECT_TRUE(EmptyString.IsEmpty());
-    EXPECT_EQ(Bytes(strNEWS), "NEWS");
-    EXPECT_EQ(Bytes(strPunkt), ".");
-    EXPECT_EQ(Bytes(strLeerZeichen), " ");
+    EXPECT_EQ(ToStdString(strNEWS), "NEWS");
+    EXPECT_EQ(ToStdString(strPunkt), ".");
+    EXPECT_EQ(ToStdString(strLeerZeichen), " ");
 
     ProgramDir = "C:\\Programme\\Tarno";
     DeleteStdStrings();
@@ -47,5 +41,5 @@ TEST(Globals, StandardStringsAreEmptyUntilCreatedAndKeepTwoWhenDeleted) {
     EXPECT_EQ(sCRLF.c_str(), nullptr);
     EXPECT_EQ(strNEWS.c_str(), nullptr);
     EXPECT_EQ(strPunkt.c_str(), nullptr);
-    EXPECT_EQ(Bytes(strLeerZeichen), " ");  // left for the string unit's finalisation
+    EXPECT_EQ(ToStdString(strLeerZeichen), " ");  // left for the string unit's finalisation
 }

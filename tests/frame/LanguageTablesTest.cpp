@@ -5,11 +5,7 @@
 
 using namespace tn;
 
-namespace {
-std::string Text(const TPString& s) {
-    return s.c_str() ? s.c_str() : "";
-}
-}  // namespace
+namespace {}  // namespace
 
 TEST(LanguageTables, HoldTheTextsByteForByte) {
     EXPECT_EQ(std::string(pcaMonthName[3][0]), "M\xE4rz");
@@ -27,21 +23,21 @@ TEST(LanguageTables, HoldTheTextsByteForByte) {
 }
 
 TEST(LanguageTables, MissingTranslationsFallBackToGermanButEmptyOnesDifferByFunction) {
-    EXPECT_EQ(Text(GetLanguageString(pcaGliderClass[1], 1)), "Standard");
-    EXPECT_EQ(Text(GetLanguageString(pcaGliderClass[0], 1)), "Open");
-    EXPECT_EQ(Text(GetLanguageString(pcaMonthName[3], 2)), "M\xE4rz");
+    EXPECT_EQ(ToStdString(GetLanguageString(pcaGliderClass[1], 1)), "Standard");
+    EXPECT_EQ(ToStdString(GetLanguageString(pcaGliderClass[0], 1)), "Open");
+    EXPECT_EQ(ToStdString(GetLanguageString(pcaMonthName[3], 2)), "M\xE4rz");
     EXPECT_TRUE(GetLanguageString(nullptr, 1).IsEmpty());
     EXPECT_TRUE(SystemLanguage(nullptr).IsEmpty());
 
     const char* const row[3] = {"Deutsch", "", nullptr};
     Language = 1;
-    EXPECT_EQ(Text(SystemLanguage(row)), "Deutsch");  // empty entry: German instead
-    EXPECT_EQ(Text(GetLanguageString(row, 1)), "");   // empty entry kept as it is
-    EXPECT_EQ(Text(SystemLanguage(pcaMonthName[5])), "May");
+    EXPECT_EQ(ToStdString(SystemLanguage(row)), "Deutsch");  // empty entry: German instead
+    EXPECT_EQ(ToStdString(GetLanguageString(row, 1)), "");   // empty entry kept as it is
+    EXPECT_EQ(ToStdString(SystemLanguage(pcaMonthName[5])), "May");
     Language = 2;
-    EXPECT_EQ(Text(SystemLanguage(pcaMonthName[5])), "Mai");
+    EXPECT_EQ(ToStdString(SystemLanguage(pcaMonthName[5])), "Mai");
     Language = 7;  // a column that does not exist
-    EXPECT_EQ(Text(SystemLanguage(pcaMonthName[5])), "Mai");
+    EXPECT_EQ(ToStdString(SystemLanguage(pcaMonthName[5])), "Mai");
     Language = 0;
-    EXPECT_EQ(Text(GetLanguageString(pcaMonthName[5], -1)), "Mai");
+    EXPECT_EQ(ToStdString(GetLanguageString(pcaMonthName[5], -1)), "Mai");
 }

@@ -94,7 +94,7 @@ TEST(FatGolden, EveryTreeListsAndReadsAsMtoolsDid) {
             "e \xDC"
             "bersicht.txt");
         ASSERT_NE(umlaut, nullptr);
-        EXPECT_EQ(tn::test::Str(umlaut->Name2).substr(0, 4), "GR\xD6\xDF");
+        EXPECT_EQ(tn::ToStdString(umlaut->Name2).substr(0, 4), "GR\xD6\xDF");
         tn::TPDateiInfo* lower = v.SearchFile("\\readme.txt");
         ASSERT_NE(lower, nullptr);
         EXPECT_TRUE(lower->Name2.IsEmpty());
@@ -175,7 +175,7 @@ void WriteSession(tn::TPVolumeFAT& v, std::vector<GoldenEntry>& expected, bool c
         std::string key;
         for (char c : std::string(nf.path))
             key += c == '\\' ? '/' : c;
-        Put(expected, tn::test::FileEntry(tn::test::Utf8(key), data));
+        Put(expected, tn::test::FileEntry(tn::Win1252ToUtf8(key), data));
     }
     if (!commonTree) return;
     // Append to a file mtools wrote: its bytes as read, then the new ones behind them.

@@ -74,7 +74,7 @@ TEST(FatRead, TreesAndBytesEqualMtoolsOnEveryGeometry) {
             "e \xDC"
             "bersicht.txt");
         ASSERT_NE(umlaut, nullptr);
-        EXPECT_EQ(tn::test::Str(umlaut->Name2).substr(0, 4),
+        EXPECT_EQ(ToStdString(umlaut->Name2).substr(0, 4),
                   "GR\xD6\xDF");  // OEM bytes, shown as ANSI
         tn::TPDateiInfo* lower = m.volume->SearchFile("\\readme.txt");
         ASSERT_NE(lower, nullptr);

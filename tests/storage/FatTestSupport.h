@@ -53,10 +53,6 @@ struct Mounted {
           volume(std::make_unique<TPVolumeFAT>(medium.get(), 'A', base)) {}
 };
 
-inline std::string Str(const TPString& s) {
-    return s.c_str() != nullptr ? std::string(s.c_str()) : std::string();
-}
-
 /// The whole content of a file node as the package reads it (one read from position 0).
 inline std::string ReadNode(TPVolumeFAT& volume, TPDateiInfo* node) {
     if (node->FileSize <= 0) return {};
@@ -73,7 +69,7 @@ inline void Collect(TPVolumeFAT& volume, TPVerzeichnisInfo* dir, const std::stri
                     std::map<std::string, std::string>& files, std::vector<std::string>& paths) {
     for (int i = 0; i < dir->Count(); ++i) {
         TPDirEintrag* e = dir->Eintrag(i);
-        const std::string path = prefix + "/" + Utf8(Str(e->Name));
+        const std::string path = prefix + "/" + Win1252ToUtf8(ToStdString(e->Name));
         if (e->Type == TPDirEintrag::kDirectory) {
             paths.push_back(path + "/");
             Collect(volume, static_cast<TPVerzeichnisInfo*>(e), path, files, paths);

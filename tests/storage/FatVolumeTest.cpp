@@ -251,7 +251,7 @@ TEST(FatVolume, SearchUpdateCopyAndCompare) {
     static std::vector<std::string> found;
     static int ends = 0;
     found.clear();
-    tn::OnFileFound = [](tn::TPDateiInfo* file) { found.push_back(tn::test::Str(file->Name)); };
+    tn::OnFileFound = [](tn::TPDateiInfo* file) { found.push_back(ToStdString(file->Name)); };
     tn::OnUpdateEnde = [] { ++ends; };
     v.Update();
     tn::OnFileFound = nullptr;

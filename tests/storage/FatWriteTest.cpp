@@ -260,7 +260,7 @@ TEST(FatWrite, SeededSessionsAreCleanAndReadBackByMtools) {
                 std::string key;
                 for (char c : path)
                     key += c == '\\' ? '/' : c;
-                key = tn::test::Utf8(key);
+                key = tn::Win1252ToUtf8(key);
                 for (std::size_t p = key.find('/', 1); p != std::string::npos;
                      p = key.find('/', p + 1)) {
                     folders.push_back(key.substr(0, p));

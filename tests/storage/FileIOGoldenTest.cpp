@@ -18,7 +18,7 @@ namespace {
 // "/A/NAME" (UTF-8) as the path the V functions take on drive `letter` (Windows-1252).
 std::string DrivePath(char letter, const std::string& path) {
     std::string out = std::string(1, letter) + ":";
-    for (char c : Latin1(path))
+    for (char c : Utf8ToWin1252(path))
         out += c == '/' ? '\\' : c;
     return out;
 }

@@ -2,7 +2,7 @@
 // back, for tests that compare the package's FAT volume with those oracles.
 //
 // mtools runs with MTOOLS_SKIP_CHECK=1 and a UTF-8 locale, so long names with umlauts go in and
-// come out as UTF-8; the package's names are Windows-1252 (Latin1 below 0x100, see Utf8).
+// come out as UTF-8; the package's names are Windows-1252 (Win1252ToUtf8 bridges the two).
 #pragma once
 
 #include <gtest/gtest.h>
@@ -157,36 +157,6 @@ inline std::vector<std::string> ListTree(const std::filesystem::path& image) {
 inline std::string FsckProblems(const std::filesystem::path& image) {
     const ToolResult r = RunCommand("fsck.fat -n " + Shell(image.string()) + " 2>&1");
     return r.status == 0 ? std::string() : r.output;
-}
-
-/// A Windows-1252 name as UTF-8 (the package's names use Latin1 letters only in these tests).
-inline std::string Utf8(const std::string& latin1) {
-    std::string out;
-    for (char ch : latin1) {
-        const auto c = static_cast<unsigned char>(ch);
-        if (c < 0x80) {
-            out += ch;
-        } else {
-            out += static_cast<char>(0xC0 | (c >> 6));
-            out += static_cast<char>(0x80 | (c & 0x3F));
-        }
-    }
-    return out;
-}
-
-/// A UTF-8 name of Latin1 letters as Windows-1252: the inverse of Utf8.
-inline std::string Latin1(const std::string& utf8) {
-    std::string out;
-    for (std::size_t i = 0; i < utf8.size(); ++i) {
-        const auto c = static_cast<unsigned char>(utf8[i]);
-        if ((c & 0xE0) == 0xC0 && i + 1 < utf8.size()) {
-            const auto next = static_cast<unsigned char>(utf8[++i]);
-            out += static_cast<char>(((c & 0x1F) << 6) | (next & 0x3F));
-        } else {
-            out += static_cast<char>(c);
-        }
-    }
-    return out;
 }
 
 inline std::vector<unsigned char> LoadBytes(const std::filesystem::path& file) {

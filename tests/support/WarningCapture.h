@@ -31,7 +31,7 @@ class WarningCapture {
         static std::vector<std::string> messages;
         return messages;
     }
-    static void Record(TPString text) { Messages().emplace_back(text.c_str() ? text.c_str() : ""); }
+    static void Record(TPString text) { Messages().push_back(ToStdString(text)); }
 
     TPWarningHook previousHook_;
     bool previousEnabled_;

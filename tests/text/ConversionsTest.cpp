@@ -23,21 +23,22 @@ TEST(Conversions, CodePagesAgreeWithIconvAndConvertInPlace) {
         const std::string oem = RunReference(std::string("iconv -f CP1252 -t ") + page, kLetters);
         ASSERT_EQ(oem.size(), kLetters.size()) << page;
         TPString s = Owned(kLetters + kDegree + "~_x");
-        EXPECT_EQ(Text(s.Ansi2OEM()), oem + kDegree + "~_x") << page;
-        EXPECT_EQ(Text(s), oem + kDegree + "~_x");  // the caller's string itself is converted
+        EXPECT_EQ(ToStdString(s.Ansi2OEM()), oem + kDegree + "~_x") << page;
+        EXPECT_EQ(ToStdString(s),
+                  oem + kDegree + "~_x");  // the caller's string itself is converted
         // The underscore is the 7-bit sharp s, the tilde stays a tilde.
-        EXPECT_EQ(Text(s.OEM2Ansi()), kLetters + kDegree + "~\xDFx");
+        EXPECT_EQ(ToStdString(s.OEM2Ansi()), kLetters + kDegree + "~\xDFx");
         CreateStdStrings();
-        EXPECT_EQ(Text(OEMChar), oem) << page;
+        EXPECT_EQ(ToStdString(OEMChar), oem) << page;
     }
-    EXPECT_EQ(Text(Owned("[\\]{|}_~").OEM2Ansi()), kLetters + "~");
+    EXPECT_EQ(ToStdString(Owned("[\\]{|}_~").OEM2Ansi()), kLetters + "~");
     // 0xE1 is both the Windows-1252 a acute (kept) and the OEM sharp s.
-    EXPECT_EQ(Text(Owned("\xE1").Ansi2OEM().OEM2Ansi()), "\xDF");
+    EXPECT_EQ(ToStdString(Owned("\xE1").Ansi2OEM().OEM2Ansi()), "\xDF");
 
     static const char literal[] = "\xE4_[";
     const TPString borrowed(literal, 0);
-    EXPECT_EQ(Text(borrowed.Ansi2OEM()), literal);
-    EXPECT_EQ(Text(borrowed.OEM2Ansi()), literal);
+    EXPECT_EQ(ToStdString(borrowed.Ansi2OEM()), literal);
+    EXPECT_EQ(ToStdString(borrowed.OEM2Ansi()), literal);
     char buffer[8] = {};
     const TPString external("\xFCz", buffer, 0);
     external.Ansi2OEM();
@@ -54,7 +55,7 @@ TEST(Conversions, Utf8AndHtmlAgreeWithIconv) {
             codePoint = codePoint << 8 | static_cast<unsigned char>(utf32[k]);
         const std::string one(1, (kLetters + kDegree)[i]);
         const std::string reference = "&#" + std::to_string(codePoint) + ";";
-        EXPECT_EQ(Text(Owned(one).Ansi2HTML(false)), reference);
+        EXPECT_EQ(ToStdString(Owned(one).Ansi2HTML(false)), reference);
         EXPECT_EQ(Decoded(reference), one);
     }
     // Every byte but the five the code page leaves undefined, through UTF-8 and back.
@@ -63,25 +64,28 @@ TEST(Conversions, Utf8AndHtmlAgreeWithIconv) {
         if (b != 0x81 && b != 0x8D && b != 0x8F && b != 0x90 && b != 0x9D)
             all += static_cast<char>(b);
     const std::string utf8 = RunReference("iconv -f CP1252 -t UTF-8", all);
-    EXPECT_EQ(Text(Owned(utf8).UTF8toAscii()), all);
-    EXPECT_EQ(Text(Owned(utf8).UTF8toHTML(0)), Text(Owned(all).Ansi2HTML(false)));
-    EXPECT_EQ(Text(Owned(utf8).UTF8toHTML(1)), Text(Owned(all).Ansi2HTML(true)));
-    const std::string ascii = Text(Owned(utf8).UTF8toHTML(3));
+    EXPECT_EQ(ToStdString(Owned(utf8).UTF8toAscii()), all);
+    EXPECT_EQ(ToStdString(Owned(utf8).UTF8toHTML(0)), ToStdString(Owned(all).Ansi2HTML(false)));
+    EXPECT_EQ(ToStdString(Owned(utf8).UTF8toHTML(1)), ToStdString(Owned(all).Ansi2HTML(true)));
+    const std::string ascii = ToStdString(Owned(utf8).UTF8toHTML(3));
     for (const char c : ascii)
         EXPECT_TRUE(c > 0 && c != '<' && c != '>') << c;
     EXPECT_EQ(Decoded(ascii), all);
-    EXPECT_EQ(Text(Owned("\xF0\x9F\x98\x80 \xE2\x82\xAC<").UTF8toHTML(0)), "&#128512; \x80<");
-    EXPECT_EQ(Text(Owned("\xC3\xC3\xA4").UTF8toHTML(2)), "?&#228;");
+    EXPECT_EQ(ToStdString(Owned("\xF0\x9F\x98\x80 \xE2\x82\xAC<").UTF8toHTML(0)),
+              "&#128512; \x80<");
+    EXPECT_EQ(ToStdString(Owned("\xC3\xC3\xA4").UTF8toHTML(2)), "?&#228;");
 }
 
 TEST(Conversions, SpellingsHtmlAndUrlFormsStopAtTheirWorkBuffers) {
     for (const TPString& spelled :
          {Owned(kLetters + kDegree).Ansi2Uml(), KeinUmlaut(Owned(kLetters + kDegree)),
           Owned(kLetters + kDegree).UmlautCodierung(false)})
-        EXPECT_EQ(Text(spelled), "AeOeUeaeoeuess\xB0");
-    EXPECT_EQ(Text(Owned(kLetters).UmlautCodierung(true)), "AEOEUEaeoeuess");
-    EXPECT_EQ(Text(TPString("\xE4", 0).Ansi2Uml()), "ae");  // a borrowed literal is only read
-    EXPECT_EQ(Text(Ansi2HTML(Owned("a<b>&c\xB0\xE9"), true)), "a&#60;b&#62;&#38;c&#176;\xE9");
+        EXPECT_EQ(ToStdString(spelled), "AeOeUeaeoeuess\xB0");
+    EXPECT_EQ(ToStdString(Owned(kLetters).UmlautCodierung(true)), "AEOEUEaeoeuess");
+    EXPECT_EQ(ToStdString(TPString("\xE4", 0).Ansi2Uml()),
+              "ae");  // a borrowed literal is only read
+    EXPECT_EQ(ToStdString(Ansi2HTML(Owned("a<b>&c\xB0\xE9"), true)),
+              "a&#60;b&#62;&#38;c&#176;\xE9");
     for (const TPString& empty :
          {TPString().Ansi2OEM(), TPString().OEM2Ansi(), TPString().Ansi2Uml(),
           TPString().UmlautCodierung(true), KeinUmlaut(TPString()), TPString().Ansi2HTML(true),
@@ -107,12 +111,13 @@ TEST(Conversions, SpellingsHtmlAndUrlFormsStopAtTheirWorkBuffers) {
         std::snprintf(expected, sizeof expected, kept ? "%c" : "%%%02X", b < 128 ? b : 255);
         TPString one(c);
         one.HTMLCodierung();
-        EXPECT_EQ(Text(one), expected) << b;
+        EXPECT_EQ(ToStdString(one), expected) << b;
     }
     static const char literal[] = "x y";
     TPString borrowed(literal, 0);
     borrowed.HTMLCodierung();
-    EXPECT_EQ(Text(borrowed), "x%20y");  // an owned result; the literal itself is not written
+    EXPECT_EQ(ToStdString(borrowed),
+              "x%20y");  // an owned result; the literal itself is not written
     TPString blanks = Owned(std::string(2000, ' '));
     blanks.HTMLCodierung();
     EXPECT_EQ(blanks.Length(), 4095);  // 4096 bytes: 1365 escapes fit
@@ -210,8 +215,8 @@ TEST(ConversionsFuzz, Utf8DecoderAgreesWithPythonOnRandomAndTruncatedInput) {
     for (std::string line; std::getline(cases, line); ++count) {
         const std::size_t colon = line.find(':');
         const TPString input = Owned(FromHex(line.substr(0, colon)));
-        EXPECT_EQ(Text(input.UTF8toAscii()), FromHex(line.substr(colon + 1))) << line;
-        for (const char c : Text(input.UTF8toHTML(3)))
+        EXPECT_EQ(ToStdString(input.UTF8toAscii()), FromHex(line.substr(colon + 1))) << line;
+        for (const char c : ToStdString(input.UTF8toHTML(3)))
             ASSERT_GT(c, 0) << line;  // the pure ASCII form, whatever the input
     }
     EXPECT_EQ(count, 3010);
@@ -235,7 +240,7 @@ TEST(ConversionsFuzz, ReferenceDecoderStaysInsideItsBuffers) {
         ASSERT_TRUE(s.find('&') != std::string::npos || decoded == s) << s;
         TPString member = Owned(s);
         member.HTMLDecodierung2();
-        ASSERT_EQ(Text(member), decoded) << s;
+        ASSERT_EQ(ToStdString(member), decoded) << s;
         std::vector<char> inPlace(s.c_str(), s.c_str() + s.size() + 1);
         HTMLDecodierung2(inPlace.data(), inPlace.data());
         ASSERT_EQ(std::string(inPlace.data()), decoded) << s;

@@ -39,37 +39,37 @@ TEST(Standards, NumbersAsText) {
         std::string lower = digits;
         for (char& c : lower)
             c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-        EXPECT_EQ(Text(IntToMod36(value, 0)), digits);
+        EXPECT_EQ(ToStdString(IntToMod36(value, 0)), digits);
         EXPECT_EQ(Mod36ToInt(Owned(lower)), value);
         EXPECT_EQ(IGCToInt(Owned(lower)), Mod36ToInt(Owned((digits + "00").substr(0, 3))));
     }
     // Pads to the width but never cuts; five digits at most; a negative remainder is "_".
-    EXPECT_EQ(Text(IntToMod36(36, 3)), "010");
-    EXPECT_EQ(Text(IntToMod36(1295, 1)), "ZZ");
-    EXPECT_EQ(Text(IntToMod36(60466176 + 37, 7)), "0000011");
-    EXPECT_EQ(Text(IntToMod36(INT_MAX, 0)), Base36(INT_MAX).substr(1));
-    EXPECT_EQ(Text(IntToMod36(-1, 3)), "00_");
+    EXPECT_EQ(ToStdString(IntToMod36(36, 3)), "010");
+    EXPECT_EQ(ToStdString(IntToMod36(1295, 1)), "ZZ");
+    EXPECT_EQ(ToStdString(IntToMod36(60466176 + 37, 7)), "0000011");
+    EXPECT_EQ(ToStdString(IntToMod36(INT_MAX, 0)), Base36(INT_MAX).substr(1));
+    EXPECT_EQ(ToStdString(IntToMod36(-1, 3)), "00_");
     EXPECT_EQ(IntToMod36(5, 100000).Length(), 255);
     // IGC numbers read three digits; a missing one, or another character, counts as 0.
     EXPECT_EQ(IGCToInt(TPString("9", 0)), 9 * 1296);
     EXPECT_EQ(IGCToInt('_') + IGCToInt('\xE4') + IGCToInt(TPString()), 0);
     for (const int v : {0, -28, INT_MAX, INT_MIN})
-        EXPECT_EQ(Text(zkIntToStr(v)), std::to_string(v));
-    EXPECT_EQ(Text(zkIntToHex(-28, 2)), "FFFFFFE4");  // 32-bit two's complement
+        EXPECT_EQ(ToStdString(zkIntToStr(v)), std::to_string(v));
+    EXPECT_EQ(ToStdString(zkIntToHex(-28, 2)), "FFFFFFE4");  // 32-bit two's complement
     EXPECT_EQ(zkIntToHex(1, 100000).Length(), 255);
     for (int i = 0; i < 200; ++i) {
         const auto value = static_cast<unsigned>(random());
         const int width = static_cast<int>(random() % 12);
         char expected[16];
         std::snprintf(expected, sizeof expected, "%0*X", width, value);
-        EXPECT_EQ(Text(zkIntToHex(static_cast<int>(value), width)), expected);
+        EXPECT_EQ(ToStdString(zkIntToHex(static_cast<int>(value), width)), expected);
     }
 }
 
 TEST(Standards, IgcShortFileName) {
     // A flight beyond 35 has no digit; a serial beyond three digits makes the name longer.
-    EXPECT_EQ(Text(IGCName(1, 36)).substr(4), "001_.IGC");
-    EXPECT_EQ(Text(IGCName(46656, 1)).substr(4), "10001.IGC");
+    EXPECT_EQ(ToStdString(IGCName(1, 36)).substr(4), "001_.IGC");
+    EXPECT_EQ(ToStdString(IGCName(46656, 1)).substr(4), "10001.IGC");
     // With the host counting tenths of a second, "today" is the date of ResetTime.
     const auto saved = std::tuple(ResetTime, ZehntelTimer);
     for (const auto& [day, month, year, date] :
@@ -77,7 +77,7 @@ TEST(Standards, IgcShortFileName) {
              {31, 12, 2029, "9CV"}, {1, 1, 2030, "011"}, {9, 10, 2005, "5A9"}}) {
         ResetTime.DateKonvert(day, month, year);
         ZehntelTimer = 600;  // a minute after midnight
-        EXPECT_EQ(Text(IGCName(1234, 1)),
+        EXPECT_EQ(ToStdString(IGCName(1234, 1)),
                   date + std::string(1, build::kIgcManufacturer) + "0YA1.IGC");
     }
     std::tie(ResetTime, ZehntelTimer) = saved;
@@ -94,11 +94,12 @@ TEST(Standards, FormatLanguage) {
         const auto bar = c.find('|'), lastBar = c.rfind('|');
         const TPString format = Owned(c.substr(0, bar));
         const double value = std::stod(c.substr(bar + 1, lastBar - bar - 1));
-        EXPECT_EQ(Text(zkFormatFloat(format, value)), c.substr(lastBar + 1)) << c;
-        EXPECT_EQ(Text(MeinFormat(format, value)), c.substr(lastBar + 1)) << c;
+        EXPECT_EQ(ToStdString(zkFormatFloat(format, value)), c.substr(lastBar + 1)) << c;
+        EXPECT_EQ(ToStdString(MeinFormat(format, value)), c.substr(lastBar + 1)) << c;
     }
     EXPECT_EQ(zkFormatFloat(TPString("0", 0), 1.7e308).Length(), 309);
-    EXPECT_EQ(Text(zkFormatFloat(TPString("0.00", 0), 2.675L)), "2.68");  // 15 digits, as a double
+    EXPECT_EQ(ToStdString(zkFormatFloat(TPString("0.00", 0), 2.675L)),
+              "2.68");  // 15 digits, as a double
     TN_REQUIRE_SHELL();
     // Python's decimal module rounds half up (away from zero) on the value's 15 significant
     // digits; a fourth of the values are ties on three places. Lines: a value, its four forms.
@@ -120,24 +121,25 @@ TEST(Standards, FormatLanguage) {
     for (std::string value, expected; cases >> value; ++count) {
         for (const char* format : {"0", "0.0", "0.000", "#,##0.00"}) {
             cases >> expected;
-            EXPECT_EQ(Text(zkFormatFloat(TPString(format, 0), std::stod(value))), expected)
+            EXPECT_EQ(ToStdString(zkFormatFloat(TPString(format, 0), std::stod(value))), expected)
                 << format << " " << value;
         }
     }
     EXPECT_EQ(count, 400);
     zkDecimalSeparator = ',';
-    EXPECT_EQ(Text(zkFormatFloat(TPString("#,##0.00", 0), 1234.5)), "1.234,50");
-    EXPECT_EQ(Text(zkFormatFloat(TPString(), 0.5)), "0,5");
+    EXPECT_EQ(ToStdString(zkFormatFloat(TPString("#,##0.00", 0), 1234.5)), "1.234,50");
+    EXPECT_EQ(ToStdString(zkFormatFloat(TPString(), 0.5)), "0,5");
     zkDecimalSeparator = savedSeparator;
 }
 
 TEST(Standards, SmallHelpersMessagesFilesAndPathMacros) {
-    EXPECT_EQ(Text(StringOfChar('*', 3)), "***");
+    EXPECT_EQ(ToStdString(StringOfChar('*', 3)), "***");
     EXPECT_EQ(StringOfChar('*', -4).c_str(), nullptr);
-    EXPECT_EQ(Text(LeftString(TPString("ab", 0), 3) + RightString(TPString("ab", 0), 3)), "ab  ab");
-    EXPECT_EQ(Text(Trim(Owned(" \t x y\xA0 "))), "x y");
+    EXPECT_EQ(ToStdString(LeftString(TPString("ab", 0), 3) + RightString(TPString("ab", 0), 3)),
+              "ab  ab");
+    EXPECT_EQ(ToStdString(Trim(Owned(" \t x y\xA0 "))), "x y");
     static const char literal[] = "a.b";
-    EXPECT_EQ(Text(ChangeChar(TPString(literal, 0), '.', '_')) + literal, "a_ba.b");
+    EXPECT_EQ(ToStdString(ChangeChar(TPString(literal, 0), '.', '_')) + literal, "a_ba.b");
     const auto folder = ScratchFolder();
     std::ofstream(folder / "flight.igc") << "A";
     EXPECT_TRUE(zkFileExists(Owned((folder / "flight.igc").string())));
@@ -145,7 +147,7 @@ TEST(Standards, SmallHelpersMessagesFilesAndPathMacros) {
     EXPECT_FALSE(zkFileExists(Owned(folder.string())));  // a folder is not a file
     EXPECT_FALSE(zkFileExists(TPString()));
 
-    const std::string savedDir = Text(ProgramDir);
+    const std::string savedDir = ToStdString(ProgramDir);
     WarningCapture capture;
     // Paths in the platform's own form: the expansion keeps the separators it is given.
     const std::string testFolder = NativePath("/srv/tn");
@@ -154,20 +156,21 @@ TEST(Standards, SmallHelpersMessagesFilesAndPathMacros) {
     const std::string dirs[] = {NativePath("/opt/zander"), NativePath("/opt/zander/")};
     for (const std::string& dir : dirs) {
         ProgramDir = dir.c_str();
-        EXPECT_EQ(Text(PfadErweiterung(TPString("$(ZKS)\\daten\\flug.dat", 0))),
+        EXPECT_EQ(ToStdString(PfadErweiterung(TPString("$(ZKS)\\daten\\flug.dat", 0))),
                   NativePath("/opt/zander/daten/flug.dat"));
-        EXPECT_EQ(Text(PfadErweiterung(TPString("a\\$(ZKS)", 0))), NativePath("a//opt/zander/"));
+        EXPECT_EQ(ToStdString(PfadErweiterung(TPString("a\\$(ZKS)", 0))),
+                  NativePath("a//opt/zander/"));
     }
     ProgramDir = savedDir.empty() ? nullptr : savedDir.c_str();
-    EXPECT_EQ(Text(PfadErweiterung(TPString("%TN_TEST_FOLDER%\\log.txt", 0))),
+    EXPECT_EQ(ToStdString(PfadErweiterung(TPString("%TN_TEST_FOLDER%\\log.txt", 0))),
               NativePath("/srv/tn/log.txt"));
     UnsetEnv("TN_TEST_FOLDER");
     for (const char* plain : {"50% von 100%", "100%", "%%", "$(ZKS", "$x", "a b.txt"})
-        EXPECT_EQ(Text(PfadErweiterung(TPString(plain, 0))), plain);
+        EXPECT_EQ(ToStdString(PfadErweiterung(TPString(plain, 0))), plain);
     EXPECT_EQ(PfadErweiterung(TPString()).c_str(), nullptr);
     EXPECT_TRUE(capture.Texts().empty());
     // Unknown macros stay as they are, with a warning each.
-    EXPECT_EQ(Text(PfadErweiterung(TPString("%TN_TEST_UNSET%\\a$(FOO)", 0))),
+    EXPECT_EQ(ToStdString(PfadErweiterung(TPString("%TN_TEST_UNSET%\\a$(FOO)", 0))),
               NativePath("%TN_TEST_UNSET%/a$(FOO)"));
     EXPECT_EQ(capture.Texts(),
               (std::vector<std::string>{"PfadErweiterung: unbekanntes Makro %TN_TEST_UNSET%",

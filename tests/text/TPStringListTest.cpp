@@ -16,8 +16,7 @@ using Ints = std::vector<int>;
 std::string Fields(const TPStringList& list) {
     std::string out;
     for (int i = 0; i < list.Count; ++i)
-        out +=
-            "[" + std::string(list.Items[i].c_str() != nullptr ? list.Items[i].c_str() : "") + "]";
+        out += "[" + ToStdString(list.Items[i]) + "]";
     return out;
 }
 

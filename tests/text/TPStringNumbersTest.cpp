@@ -8,7 +8,6 @@
 
 using namespace tn;
 using test::Owned;
-using test::Text;
 
 TEST(TPStringNumbers, ToIntDefSkipsBlanksAndSignsAndReadsHex) {
     EXPECT_EQ(Owned("  -12").ToIntDef(7), -12);

@@ -8,7 +8,6 @@
 
 using namespace tn;
 using test::Owned;
-using test::Text;
 
 TEST(TPStringSearch, EqualityFollowsCaseSensitive) {
     EXPECT_TRUE(TPString("ABC", 0) == TPString("abc", 0));
@@ -51,28 +50,34 @@ TEST(TPStringSearch, PositionsAreOneBasedAndZeroWhenAbsent) {
 }
 
 TEST(TPStringSearch, CutOnFirstKeepsWhatStandsBeforeTheMarker) {
-    EXPECT_EQ(Text(TPString("Name=Wert", 0).CutOnFirst(TPString("=", 0))), "Name");
-    EXPECT_EQ(Text(TPString("Name", 0).CutOnFirst(TPString("=", 0))), "Name");
+    EXPECT_EQ(ToStdString(TPString("Name=Wert", 0).CutOnFirst(TPString("=", 0))), "Name");
+    EXPECT_EQ(ToStdString(TPString("Name", 0).CutOnFirst(TPString("=", 0))), "Name");
     // A marker in front: SubString(1, 0) reads a count of 0 as "to the end".
-    EXPECT_EQ(Text(TPString("=Wert", 0).CutOnFirst(TPString("=", 0))), "=Wert");
+    EXPECT_EQ(ToStdString(TPString("=Wert", 0).CutOnFirst(TPString("=", 0))), "=Wert");
 }
 
 TEST(TPStringSearch, LookForPlaceholderFindsTheTextBetweenMarkers) {
     const TPString s("Pfad $(ZKS) und $(TMP)", 0);
     int position = 0;
-    EXPECT_EQ(Text(s.LookForPlaceholder(position, TPString("$(", 0), TPString(")", 0))), "ZKS");
+    EXPECT_EQ(ToStdString(s.LookForPlaceholder(position, TPString("$(", 0), TPString(")", 0))),
+              "ZKS");
     EXPECT_EQ(position, 6);
     position = 7;
-    EXPECT_EQ(Text(s.LookForPlaceholder(position, TPString("$(", 0), TPString(")", 0))), "TMP");
+    EXPECT_EQ(ToStdString(s.LookForPlaceholder(position, TPString("$(", 0), TPString(")", 0))),
+              "TMP");
     EXPECT_EQ(position, 17);
 
     int p2 = 0;
-    EXPECT_EQ(Text(TPString("a%X%b", 0).LookForPlaceholder(p2, TPString("%", 0), TPString())), "X");
+    EXPECT_EQ(
+        ToStdString(TPString("a%X%b", 0).LookForPlaceholder(p2, TPString("%", 0), TPString())),
+        "X");
     int p3 = 0;
     EXPECT_EQ(
-        Text(TPString("a $(open", 0).LookForPlaceholder(p3, TPString("$(", 0), TPString(")", 0))),
+        ToStdString(
+            TPString("a $(open", 0).LookForPlaceholder(p3, TPString("$(", 0), TPString(")", 0))),
         "0");
     EXPECT_EQ(p3, 0);
     int p4 = 0;  // markers next to each other enclose nothing: the error text "0"
-    EXPECT_EQ(Text(TPString("%%", 0).LookForPlaceholder(p4, TPString("%", 0), TPString())), "0");
+    EXPECT_EQ(ToStdString(TPString("%%", 0).LookForPlaceholder(p4, TPString("%", 0), TPString())),
+              "0");
 }

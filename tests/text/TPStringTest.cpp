@@ -9,7 +9,6 @@
 
 using namespace tn;
 using test::Owned;
-using test::Text;
 
 TEST(TPString, LiteralsAreBorrowedUnlessCutAndAssignmentAlwaysCopies) {
     static const char literal[] = "abcdef";
@@ -22,7 +21,7 @@ TEST(TPString, LiteralsAreBorrowedUnlessCutAndAssignmentAlwaysCopies) {
 
     TPString cut(literal, 3);
     EXPECT_NE(cut.c_str(), literal);
-    EXPECT_EQ(Text(cut), "abc");
+    EXPECT_EQ(ToStdString(cut), "abc");
     EXPECT_EQ(cut.Size(), 4);
     EXPECT_TRUE(cut.IsValid());
     EXPECT_EQ(TPString(literal, 10).c_str(), literal);  // a longer limit cuts nothing
@@ -37,7 +36,7 @@ TEST(TPString, LiteralsAreBorrowedUnlessCutAndAssignmentAlwaysCopies) {
     EXPECT_NE(assigned.c_str(), literal);
     EXPECT_EQ(assigned.Size(), 7);
     assigned = assigned;  // self-assignment keeps the text
-    EXPECT_EQ(Text(assigned), "abcdef");
+    EXPECT_EQ(ToStdString(assigned), "abcdef");
 
     TPString copy(borrowed = TPString(literal, 0));
     EXPECT_EQ(copy.Size(), 7);  // copies of anything non-empty own their text
@@ -46,16 +45,16 @@ TEST(TPString, LiteralsAreBorrowedUnlessCutAndAssignmentAlwaysCopies) {
 }
 
 TEST(TPString, NumbersCharactersAndConcatenation) {
-    EXPECT_EQ(Text(TPString(-2147483647 - 1)), "-2147483648");
-    EXPECT_EQ(Text(TPString('x')), "x");
+    EXPECT_EQ(ToStdString(TPString(-2147483647 - 1)), "-2147483648");
+    EXPECT_EQ(ToStdString(TPString('x')), "x");
     EXPECT_EQ(TPString('x').Size(), 2);
     EXPECT_EQ(TPString('\0').c_str(), nullptr);
     TPString s("abc", 0);
-    EXPECT_EQ(Text(s + 5), "abc5");
-    EXPECT_EQ(Text(s + "de" + TPString("f", 0)), "abcdef");
-    EXPECT_EQ(Text(TPString::Add(nullptr, "b")), "b");
+    EXPECT_EQ(ToStdString(s + 5), "abc5");
+    EXPECT_EQ(ToStdString(s + "de" + TPString("f", 0)), "abcdef");
+    EXPECT_EQ(ToStdString(TPString::Add(nullptr, "b")), "b");
     EXPECT_EQ(TPString::Add(nullptr, nullptr).c_str(), nullptr);
-    EXPECT_EQ(Text(TPString() + TPString()), "");
+    EXPECT_EQ(ToStdString(TPString() + TPString()), "");
 }
 
 TEST(TPString, EveryAppendAllocatesExactlyWhatIsNeeded) {
@@ -71,17 +70,17 @@ TEST(TPString, EveryAppendAllocatesExactlyWhatIsNeeded) {
 
     TPString borrowed("xy", 0);
     TPString result = borrowed += 'z';
-    EXPECT_EQ(Text(borrowed), "xyz");
+    EXPECT_EQ(ToStdString(borrowed), "xyz");
     EXPECT_EQ(borrowed.Size(), 4);  // length + 1 of the borrowed text, plus one
-    EXPECT_EQ(Text(result), "xyz");
+    EXPECT_EQ(ToStdString(result), "xyz");
 
     s += TPString("cd", 0);
-    EXPECT_EQ(Text(s), "abcd");
+    EXPECT_EQ(ToStdString(s), "abcd");
     EXPECT_EQ(s.Size(), 5);
     s += s;
-    EXPECT_EQ(Text(s), "abcdabcd");
+    EXPECT_EQ(ToStdString(s), "abcdabcd");
     s += L"\u00E4\u20AC\u4E2D";
-    EXPECT_EQ(Text(s), "abcdabcd\xE4\x80?");
+    EXPECT_EQ(ToStdString(s), "abcdabcd\xE4\x80?");
 }
 
 TEST(TPString, ExternalBufferStringsWriteNoTerminatorAndAreNeverReleased) {
@@ -95,7 +94,7 @@ TEST(TPString, ExternalBufferStringsWriteNoTerminatorAndAreNeverReleased) {
     }                                               // released without freeing the caller's buffer
     std::memset(buffer, 0, sizeof buffer);
     TPString whole(TPString("hi", 0), buffer, 0);
-    EXPECT_EQ(Text(whole), "hi");
+    EXPECT_EQ(ToStdString(whole), "hi");
     EXPECT_EQ(whole.Size(), 3);
 
     std::memset(buffer, 'Q', sizeof buffer);
@@ -109,7 +108,7 @@ TEST(TPString, ExternalBufferStringsWriteNoTerminatorAndAreNeverReleased) {
     wchar_t wide[] = L"\u00FCber";
     std::memset(buffer, 0, sizeof buffer);
     TPString narrowed(wide, buffer, 0);
-    EXPECT_EQ(Text(narrowed),
+    EXPECT_EQ(ToStdString(narrowed),
               "\xFC"
               "ber");
 }
@@ -136,8 +135,8 @@ TEST(TPString, WideStringsMapAll256BytesBothWays) {
     EXPECT_EQ(wide[0x81 - 1], L'\u0081');  // undefined in the code page: kept as C1 control
     EXPECT_EQ(wide[0x9F - 1], L'\u0178');
     EXPECT_EQ(wide[0xE4 - 1], L'\u00E4');
-    EXPECT_EQ(Text(TPString(wide)), all);
-    EXPECT_EQ(Text(TPString(UnicodeString(L"\u4E2D\u00DF"))), "?\xDF");
+    EXPECT_EQ(ToStdString(TPString(wide)), all);
+    EXPECT_EQ(ToStdString(TPString(UnicodeString(L"\u4E2D\u00DF"))), "?\xDF");
     EXPECT_TRUE(UnicodeString(TPString()).empty());
 }
 

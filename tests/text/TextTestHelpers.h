@@ -1,4 +1,4 @@
-// Shared by the text tests: TPString to and from std::string, and reference tools run on bytes.
+// Shared by the text tests: owned TPStrings from std::string, and reference tools run on bytes.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -16,9 +16,6 @@
 
 namespace tn::test {
 
-inline std::string Text(const TPString& s) {
-    return s.c_str() != nullptr ? s.c_str() : "";
-}
 inline TPString Owned(const std::string& s) {
     return TPString(const_cast<char*>(s.c_str()));
 }

@@ -16,7 +16,7 @@ const double kDay = Date(15, 7, 2012);
 
 TEST(ClockTest, StartUpValuesTheComputersAndTheCountedClockAndSetResetTime) {
     EXPECT_NEAR(UTCOffset(), 2.0 / 24, 1e-15);
-    EXPECT_TRUE(LocalTimeEnabled && Text(TestDate.DateString()) == "15.05.2100");
+    EXPECT_TRUE(LocalTimeEnabled && ToStdString(TestDate.DateString()) == "15.05.2100");
     EXPECT_NEAR(Sekunde * 86400 + Minute * 1440 + Stunde * 24 + Tag, 4.0, 1e-15);
     ClockPin pin;
     ZehntelTimer = 0;  // ResetTime is the local time at package start, a moment ago
@@ -32,7 +32,7 @@ TEST(ClockTest, StartUpValuesTheComputersAndTheCountedClockAndSetResetTime) {
     EXPECT_NEAR(double(TPDateTime::CurrentTime()) + double(Jetzt()), 2 * noon1, kTolerance);
     EXPECT_NEAR(double(CurrentDateTime()), kDay + utc, kTolerance);
     EXPECT_NEAR(double(UTCTime()) + double(CurrentTime()), 2 * utc, kTolerance);
-    EXPECT_EQ(Text(CurrentDateTimeString()), "170712120100");  // two days ahead
+    EXPECT_EQ(ToStdString(CurrentDateTimeString()), "170712120100");  // two days ahead
     // The members do not wrap at midnight; the free functions do.
     ResetTime = kDay + DayFraction(23, 59, 0);
     EXPECT_NEAR(double(TPDateTime::CurrentTime()), 1.0, kTolerance);

@@ -37,8 +37,9 @@ TEST(TPDateTimeTest, DayCountsDecodeDateAndFileDateFollowTheCalendarAndPublished
         std::snprintf(dotted, sizeof dotted, "%02d.%02d.%04d", dd, m, y);
         std::snprintf(iso, sizeof iso, "%04d-%02d-%02d", y, m, dd);
         ASSERT_TRUE(Read(dotted, 40) == day && Read(iso, 44) == day) << iso;
-        ASSERT_EQ(Text(TPDateTime(day + 0.5).String(40)) + Text(TPDateTime(day).String(44)),
-                  std::string(dotted) + iso);
+        ASSERT_EQ(
+            ToStdString(TPDateTime(day + 0.5).String(40)) + ToStdString(TPDateTime(day).String(44)),
+            std::string(dotted) + iso);
         if (y < 1980) continue;
         // The FAT packing from the calendar's fields, at an even second different every day.
         const int s = (i * 7919) % 86400 & ~1, h = s / 3600, mi = s / 60 % 60, se = s % 60;
@@ -99,8 +100,9 @@ TEST(TPDateTimeTest, DateKonvertQuirksAndTheLeapDaysOf1900And2100) {
     // 1900 and 2100 are leap years here.
     const double leap2100 = PackageDay(year{2100} / 3 / 1) - 1.0;
     EXPECT_TRUE(Date(29, 2, 1900) == 60.0 && Date(29, 2, 2100) == leap2100);
-    EXPECT_EQ(Text(TPDateTime(60.0).String(40)) + Text(TPDateTime(leap2100).String(44)),
-              "29.02.19002100-02-29");
+    EXPECT_EQ(
+        ToStdString(TPDateTime(60.0).String(40)) + ToStdString(TPDateTime(leap2100).String(44)),
+        "29.02.19002100-02-29");
     EXPECT_EQ(Read("2100-02-29", 44), leap2100);
     EXPECT_EQ(TPDateTime(leap2100 + 0.5).FileDate(), 120u << 25 | 2u << 21 | 29u << 16 | 12u << 11);
     EXPECT_EQ(FromFat(120u << 25 | 2u << 21 | 29u << 16), leap2100);

@@ -69,21 +69,23 @@ TEST(TPDateTimeTextTest, PrintingGivesTheFormOfEveryFlagAndReadingItGivesTheValu
     const TPDateTime t(Date(15, 7, 2012) + DayFraction(7, 5, 9, 67));
     std::string forms;
     for (int flag : {16, 144, 22, 150, 24, 32, 33, 161, 34, 40, 43, 44, 98, 0, 42, 99, -1})
-        forms += Text(t.String(flag)) + "|";
+        forms += ToStdString(t.String(flag)) + "|";
     EXPECT_EQ(forms,
               "070509|07:05|07:05:09|07:05:09|07:05:09.67|150712|150712070509|150712070509|"
               "120715|15.07.2012|d2012Jul15 t070509|2012-07-15|27F|||||");
     // IGC short dates in base 36; rounding to a hundredth may move the date.
-    EXPECT_EQ(Text(TPDateTime(Date(31, 12, 2019)).String(98)), "9CV");
-    EXPECT_EQ(Text(TPDateTime(Date(29, 2, 2100)).String(98)), "02T");
+    EXPECT_EQ(ToStdString(TPDateTime(Date(31, 12, 2019)).String(98)), "9CV");
+    EXPECT_EQ(ToStdString(TPDateTime(Date(29, 2, 2100)).String(98)), "02T");
     const TPDateTime late(Date(31, 12, 2011) + 1.0 - 1e-9);
-    EXPECT_EQ(Text(late.String(33)) + " " + Text(late.String(24)), "010112000000 00:00:00.00");
-    EXPECT_EQ(Text(TPDateTime(-1.5 / 24).String(22)), "22:30:00");  // the clock before 0:00
+    EXPECT_EQ(ToStdString(late.String(33)) + " " + ToStdString(late.String(24)),
+              "010112000000 00:00:00.00");
+    EXPECT_EQ(ToStdString(TPDateTime(-1.5 / 24).String(22)), "22:30:00");  // the clock before 0:00
     // FormatString: fields in either case, month names of the language, quoted text.
-    EXPECT_EQ(Text(t.FormatString(TPString("d. mmmm yyyy, HH:NN:SS.ZZ 'Uhr' m/yy \"h\" mmm"))),
-              "15. Juli 2012, 07:05:09.67 Uhr 7/12 h Jul");
+    EXPECT_EQ(
+        ToStdString(t.FormatString(TPString("d. mmmm yyyy, HH:NN:SS.ZZ 'Uhr' m/yy \"h\" mmm"))),
+        "15. Juli 2012, 07:05:09.67 Uhr 7/12 h Jul");
     Sprache = 1;
-    EXPECT_EQ(Text(TPDateTime(Date(3, 3, 2012)).String(43)), "d2012Mar03 t000000");
+    EXPECT_EQ(ToStdString(TPDateTime(Date(3, 3, 2012)).String(43)), "d2012Mar03 t000000");
     for (int i = 0; i < 4000; ++i) {
         // Days spread over 1990-2088 (two-digit years read back for 1990-2089 only).
         const double date = PackageDay(year_month_day{sys_days{year{1990} / 1 / 1} + days{i * 9}});
@@ -97,11 +99,11 @@ TEST(TPDateTimeTextTest, PrintingGivesTheFormOfEveryFlagAndReadingItGivesTheValu
                 (dateOnly ? 0.0 : DayFraction(h, m, flag == 144 ? 0 : s, flag == 24 ? hs : 0));
             const TPString printed = TPDateTime(date + DayFraction(h, m, s, hs)).String(flag);
             const TPDateTime back(printed, flag);
-            ASSERT_NEAR(double(back), kept, kTolerance) << flag << " " << Text(printed);
+            ASSERT_NEAR(double(back), kept, kTolerance) << flag << " " << ToStdString(printed);
             TPDateTime assigned;
             assigned = printed;
             if (flag == 16 || flag == 34) continue;  // assignment reads six digits as DDMMYY
-            ASSERT_NEAR(double(assigned), kept, kTolerance) << flag << " " << Text(printed);
+            ASSERT_NEAR(double(assigned), kept, kTolerance) << flag << " " << ToStdString(printed);
         }
     }
 }

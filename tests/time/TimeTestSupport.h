@@ -30,10 +30,6 @@ inline double Date(int day, int month, int year) {
     return t;
 }
 
-inline std::string Text(const tn::TPString& s) {
-    return s.c_str() ? s.c_str() : "";
-}
-
 inline double Read(const char* text, int flag) {
     return tn::TPDateTime(tn::TPString(text), flag);
 }

@@ -11,7 +11,7 @@ std::string Convert(const std::string& options, const std::string& input) {
 
 TEST(TextTool, IgcNameMod36AndConvert) {
     TN_REQUIRE_SHELL();
-    EXPECT_EQ(RunTool("igcname 1234 1").output, Text(IGCName(1234, 1)) + "\n");
+    EXPECT_EQ(RunTool("igcname 1234 1").output, ToStdString(IGCName(1234, 1)) + "\n");
     EXPECT_EQ(RunTool("mod36 36 3").output + RunTool("mod36 --decode 1z").output, "010\n71\n");
     for (const char* bad : {"igcname 46656 1", "igcname 1 36", "igcname x 1", "mod36",
                             "mod36 1 2 3", "mod36 --decode", "convert", "convert --to klingon",

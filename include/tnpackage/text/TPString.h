@@ -186,6 +186,9 @@ class TN_EXPORT TPString {
     std::uint32_t device_ = 0;         // where Device text lies; text_ is its host view
 };
 
+/// The text as a std::string; "" for a string without text.
+TN_EXPORT std::string ToStdString(const TPString& text);
+
 /// Highest buffer address the allocator has handed out; a diagnostic only.
 TN_EXPORT extern std::intptr_t HeapAdresse;
 

@@ -20,9 +20,11 @@
 namespace tnpkg {
 
 /// Windows-1252 text as UTF-8.
-std::string ToUtf8(const char* text);
+inline std::string ToUtf8(const char* text) {
+    return text != nullptr ? tn::Win1252ToUtf8(text) : std::string();
+}
 inline std::string ToUtf8(const tn::TPString& text) {
-    return ToUtf8(text.c_str());
+    return tn::Win1252ToUtf8(tn::ToStdString(text));
 }
 
 /// printf to standard output.

@@ -32,7 +32,7 @@ WarningCapture::~WarningCapture() {
 }
 
 void WarningCapture::Catch(tn::TPString text) {
-    const std::string raw = text.c_str() != nullptr ? text.c_str() : "";
+    const std::string raw = tn::ToStdString(text);
     for (WarningCapture* c = innermost; c != nullptr; c = c->outer_)
         c->texts_.push_back(raw);
     if (innermost != nullptr && innermost->showing_ == Showing::AtOnce) {

@@ -22,7 +22,7 @@ void PrintTree(tn::TPVerzeichnisInfo* dir, const std::string& indent) {
     for (int i = 0; i < dir->Count(); ++i) {
         tn::TPDirEintrag* e = dir->Eintrag(i);
         if (e == nullptr || e->IsVolumeLabel()) continue;
-        const std::string name = Cp1252ToUtf8(e->Name.c_str() != nullptr ? e->Name.c_str() : "");
+        const std::string name = tn::Win1252ToUtf8(tn::ToStdString(e->Name));
         if (e->IsDirectory()) {
             Print("  %s%s/\n", indent.c_str(), name.c_str());
             PrintTree(static_cast<tn::TPVerzeichnisInfo*>(e), indent + "  ");

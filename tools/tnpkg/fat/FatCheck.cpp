@@ -1,5 +1,7 @@
 #include "fat/FatCheck.h"
 
+#include <tnpackage/text/Encodings.h>
+
 #include <algorithm>
 #include <array>
 #include <cstdint>
@@ -52,32 +54,14 @@ std::uint8_t Checksum(const unsigned char* name) {
     return static_cast<std::uint8_t>(s);
 }
 
-void AppendUtf8(std::string& out, std::uint32_t c) {
-    if (c < 0x80) {
-        out += static_cast<char>(c);
-    } else if (c < 0x800) {
-        out += static_cast<char>(0xC0 | (c >> 6));
-        out += static_cast<char>(0x80 | (c & 0x3F));
-    } else if (c < 0x10000) {
-        out += static_cast<char>(0xE0 | (c >> 12));
-        out += static_cast<char>(0x80 | ((c >> 6) & 0x3F));
-        out += static_cast<char>(0x80 | (c & 0x3F));
-    } else {
-        out += static_cast<char>(0xF0 | (c >> 18));
-        out += static_cast<char>(0x80 | ((c >> 12) & 0x3F));
-        out += static_cast<char>(0x80 | ((c >> 6) & 0x3F));
-        out += static_cast<char>(0x80 | (c & 0x3F));
-    }
-}
-
 std::string Utf16ToUtf8(const std::vector<std::uint16_t>& units) {
     std::string out;
     for (std::size_t i = 0; i < units.size() && units[i] != 0; ++i) {
-        std::uint32_t c = units[i];
+        char32_t c = units[i];
         const bool pair = c >= 0xD800 && c < 0xDC00 && i + 1 < units.size() &&
                           units[i + 1] >= 0xDC00 && units[i + 1] < 0xE000;
         if (pair) c = 0x10000 + ((c - 0xD800) << 10) + (units[++i] - 0xDC00);
-        AppendUtf8(out, c);
+        tn::AppendUtf8(out, c);
     }
     return out;
 }
@@ -91,7 +75,7 @@ std::string ShortText(const unsigned char* e) {
         base.pop_back();
     while (!ext.empty() && ext.back() == ' ')
         ext.pop_back();
-    return OemToUtf8(ext.empty() ? base : base + "." + ext);
+    return ShortNameToUtf8(ext.empty() ? base : base + "." + ext);
 }
 
 // Collects the long-name pieces in front of a short entry.

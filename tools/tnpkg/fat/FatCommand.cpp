@@ -3,6 +3,8 @@
 #include "fat/FatCommand.h"
 #include "fat/HostNames.h"
 
+#include <tnpackage/text/Encodings.h>
+
 #include <cstdio>
 
 #include "cli/Json.h"
@@ -112,7 +114,7 @@ int Info(FatRequest& r) {
     const std::uint32_t free = m.FreeClusters();
     std::uint64_t files = 0, folders = 0, bytes = 0;
     CountTree(v.Root, files, folders, bytes);
-    const std::string label = Cp1252ToUtf8(VolumeLabel(m));
+    const std::string label = tn::Win1252ToUtf8(VolumeLabel(m));
     const bool retyped = m.CoarseFatBits() != m.FatBits();
     const std::string refusal = WriteRefusal(m);
     const std::uint64_t clusterBytes = v.ClusterSize;
@@ -170,7 +172,7 @@ int Info(FatRequest& r) {
             m.DataClusters(), static_cast<unsigned>(v.ClusterCount), TypeName(m.CoarseFatBits()));
     }
     for (const auto& notice : m.Notices())
-        Print("                     package: %s\n", Cp1252ToUtf8(notice).c_str());
+        Print("                     package: %s\n", tn::Win1252ToUtf8(notice).c_str());
     Print("bytes per sector:    %u\n", static_cast<unsigned>(v.BytesPerSector));
     Print("sectors per cluster: %u (%llu bytes)\n", static_cast<unsigned>(v.SectorsPerCluster),
           static_cast<unsigned long long>(clusterBytes));
@@ -206,8 +208,8 @@ void ListLine(const Listing& how, tn::TPDirEintrag& e, const std::string& shown)
     if (how.json != nullptr) {
         JsonWriter& j = *how.json;
         j.BeginObject();
-        j.Key("name").Value(Cp1252ToUtf8(ShownName(e)));
-        j.Key("path").Value(Cp1252ToUtf8(NodePath(e)));
+        j.Key("name").Value(tn::Win1252ToUtf8(ShownName(e)));
+        j.Key("path").Value(tn::Win1252ToUtf8(NodePath(e)));
         j.Key("short").Value(ShortName(e));
         j.Key("type").Value(folder ? "folder" : "file");
         j.Key("size").Value(NodeSize(e));
@@ -219,10 +221,10 @@ void ListLine(const Listing& how, tn::TPDirEintrag& e, const std::string& shown)
     const std::string size = folder ? "<DIR>" : std::to_string(NodeSize(e));
     if (how.longList) {
         Print("%10s  %s  %-12s  %s\n", size.c_str(), DateText(e.FileDate).c_str(),
-              ShortName(e).c_str(), Cp1252ToUtf8(shown).c_str());
+              ShortName(e).c_str(), tn::Win1252ToUtf8(shown).c_str());
     } else {
         Print("%10s  %s  %s\n", size.c_str(), DateText(e.FileDate).c_str(),
-              Cp1252ToUtf8(shown).c_str());
+              tn::Win1252ToUtf8(shown).c_str());
     }
 }
 
@@ -248,7 +250,7 @@ int Ls(FatRequest& r) {
                       r.args.Flag("--json") ? &json : nullptr};
     if (how.json != nullptr) {
         json.BeginObject();
-        json.Key("path").Value(Cp1252ToUtf8(NodePath(*node)));
+        json.Key("path").Value(tn::Win1252ToUtf8(NodePath(*node)));
         json.Key("entries").BeginArray();
     }
     if (node->IsDirectory()) {
@@ -351,7 +353,7 @@ std::unique_ptr<MountedImage> MountRequested(const FatRequest& r,
     // mounted it is a note (info lists it with the volume's details).
     if (r.action != "info") {
         for (const auto& notice : m->Notices())
-            FatNote("while mounting " + r.image + ": " + Cp1252ToUtf8(notice));
+            FatNote("while mounting " + r.image + ": " + tn::Win1252ToUtf8(notice));
     }
     return m;
 }

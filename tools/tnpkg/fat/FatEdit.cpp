@@ -1,6 +1,8 @@
 // `tnpkg fat rm` and `tnpkg fat mv`: the commands that take entries away or give them another
 // name or folder. Like put, each works on the session's overlay, checks the result through a
 // fresh mount and only then commits.
+#include <tnpackage/text/Encodings.h>
+
 #include <cstring>
 
 #include "cli/Warnings.h"
@@ -12,7 +14,7 @@ namespace tnpkg {
 namespace {
 
 std::string PathOf(const tn::TPDirEintrag& node) {
-    return Cp1252ToUtf8(NodePath(node));
+    return tn::Win1252ToUtf8(NodePath(node));
 }
 
 // A fresh mount of what the overlay holds now.
@@ -62,7 +64,8 @@ int RemoveAll(FatRequest& r, MountedImage& w) {
     if (!check) return FatFail(Unchanged(r));
     for (const auto& path : removed) {
         if (!Absent(*check, path)) {
-            return FatFail(Cp1252ToUtf8(path) + " is still there after removing; " + Unchanged(r));
+            return FatFail(tn::Win1252ToUtf8(path) + " is still there after removing; " +
+                           Unchanged(r));
         }
     }
     if (check->FreeClusters() != freeBefore + freed) {
@@ -112,8 +115,8 @@ bool FindDestination(MountedImage& w, const std::string& target, tn::TPDirEintra
     bool changed = false;
     d.name = FatLongName(last, changed);
     if (changed) {
-        FatNote("FAT cannot hold the name " + last + " (it would become " + Cp1252ToUtf8(d.name) +
-                ")");
+        FatNote("FAT cannot hold the name " + last + " (it would become " +
+                tn::Win1252ToUtf8(d.name) + ")");
         return false;
     }
     return true;
@@ -260,7 +263,8 @@ int Move(FatRequest& r, MountedImage& w) {
     if (found == nullptr || found->FirstCluster != first || found->IsDirectory() != folder ||
         NodeSize(*found) != size ||
         (FoldCase(oldPath) != FoldCase(newPath) && !Absent(*check, oldPath))) {
-        return FatFail(Cp1252ToUtf8(newPath) + " does not read back as moved; " + Unchanged(r));
+        return FatFail(tn::Win1252ToUtf8(newPath) + " does not read back as moved; " +
+                       Unchanged(r));
     }
     return CommitFatWrite(r, *w.Session());
 }

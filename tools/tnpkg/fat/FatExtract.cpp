@@ -1,5 +1,7 @@
 // `tnpkg fat get` and `tnpkg fat cat`: files and folders out of a volume. Whatever names the
 // image holds, nothing is written outside the target folder.
+#include <tnpackage/text/Encodings.h>
+
 #include <chrono>
 #include <ctime>
 #include <filesystem>
@@ -66,7 +68,7 @@ class Extractor {
         const std::string safe = HostComponent(ShownName(node), changed);
         const std::string unique = names.Claim(safe);
         if (changed || unique != safe) {
-            FatNote("stored " + Cp1252ToUtf8(NodePath(node)) + " as " +
+            FatNote("stored " + tn::Win1252ToUtf8(NodePath(node)) + " as " +
                     PathText(target / Utf8Path(unique)));
         }
         Extract(node, target / Utf8Path(unique));
@@ -115,7 +117,7 @@ class Extractor {
         std::error_code ec;
         fs::create_directory(target, ec);
         if (ec) {
-            Fail("cannot create " + PathText(target) + " for " + Cp1252ToUtf8(NodePath(node)) +
+            Fail("cannot create " + PathText(target) + " for " + tn::Win1252ToUtf8(NodePath(node)) +
                  ": " + ec.message());
             return false;
         }
@@ -130,7 +132,7 @@ class Extractor {
     }
 
     bool WriteFile(tn::TPDirEintrag& node, const fs::path& target) {
-        progress_.Update(++done_, total_, Cp1252ToUtf8(ShownName(node)));
+        progress_.Update(++done_, total_, tn::Win1252ToUtf8(ShownName(node)));
         if (!UsableTarget(target, false)) return false;
         std::error_code ec;
         if (!options_.overwrite && fs::exists(fs::symlink_status(target, ec))) {
@@ -154,7 +156,7 @@ class Extractor {
                                          ? "; kept what was read in " + PathText(target)
                                      : removed ? "; " + PathText(target) + " could not be removed"
                                                : "; " + PathText(target) + " was removed";
-            Fail(Cp1252ToUtf8(NodePath(node)) + ": " + problem + fate);
+            Fail(tn::Win1252ToUtf8(NodePath(node)) + ": " + problem + fate);
             return false;
         }
         return true;
@@ -179,7 +181,7 @@ bool Resolve(MountedImage& m, const std::vector<std::string>& paths,
 int ToStandardOutput(const std::vector<tn::TPDirEintrag*>& nodes) {
     for (tn::TPDirEintrag* node : nodes) {
         if (!node->IsFile()) {
-            return FatFail(Cp1252ToUtf8(NodePath(*node)) +
+            return FatFail(tn::Win1252ToUtf8(NodePath(*node)) +
                            " is a folder; only files go to standard output");
         }
     }
@@ -192,7 +194,7 @@ int ToStandardOutput(const std::vector<tn::TPDirEintrag*>& nodes) {
         // A failed output is reported once, when the tool finishes it.
         if (read == StreamResult::Stopped) return kFailure;
         if (read == StreamResult::Broken) {
-            status = FatFail(Cp1252ToUtf8(NodePath(*node)) + ": " + problem);
+            status = FatFail(tn::Win1252ToUtf8(NodePath(*node)) + ": " + problem);
         }
     }
     return status;

@@ -1,5 +1,7 @@
 #include "fat/FatImage.h"
 
+#include <tnpackage/text/Encodings.h>
+
 #include <algorithm>
 #include <cstdio>
 #include <fstream>
@@ -208,7 +210,7 @@ std::unique_ptr<MountedImage> MountImage(const std::string& image, const VolumeC
     if (!m->Problem().empty()) {
         // What the package said while mounting is the reason the mount failed.
         for (const auto& notice : m->Notices())
-            FatNote("while mounting " + image + ": " + Cp1252ToUtf8(notice));
+            FatNote("while mounting " + image + ": " + tn::Win1252ToUtf8(notice));
         problem = m->Problem();
         return nullptr;
     }
@@ -268,7 +270,7 @@ tn::TPDirEintrag* MountedImage::Find(const std::string& path, std::string& probl
                 break;
             }
         }
-        walked += "/" + (utf8 ? part : Cp1252ToUtf8(part));
+        walked += "/" + (utf8 ? part : tn::Win1252ToUtf8(part));
         if (hit == nullptr) {
             problem = "no " + walked + " in the image";
             return nullptr;
@@ -322,12 +324,12 @@ std::string ShortName(const tn::TPDirEintrag& node) {
     base = TrimRight(base);
     const std::string ext =
         TrimRight(std::string(reinterpret_cast<const char*>(node.Entry + 8), 3));
-    return OemToUtf8(ext.empty() ? base : base + "." + ext);
+    return ShortNameToUtf8(ext.empty() ? base : base + "." + ext);
 }
 
 bool NameMatches(const tn::TPDirEintrag& node, const std::string& name) {
     return FoldCase(ShownName(node)) == FoldCase(name) ||
-           UpperAscii(ShortName(node)) == UpperAscii(Cp1252ToUtf8(name));
+           UpperAscii(ShortName(node)) == UpperAscii(tn::Win1252ToUtf8(name));
 }
 
 tn::TPDirEintrag* ChildNamed(tn::TPDirEintrag* folder, const std::string& name) {
@@ -338,7 +340,7 @@ tn::TPDirEintrag* ChildNamed(tn::TPDirEintrag* folder, const std::string& name) 
 }
 
 std::string ShownName(const tn::TPDirEintrag& node) {
-    return node.Name.c_str() != nullptr ? node.Name.c_str() : "";
+    return tn::ToStdString(node.Name);
 }
 
 std::string NodePath(const tn::TPDirEintrag& node) {
@@ -374,7 +376,7 @@ StreamResult StreamNode(tn::TPDirEintrag& node, const ByteSink& sink, std::strin
     }
     // A truncated image gives a warning for every sector beyond its end: one line per file
     // says it instead.
-    const WarningCapture reading("tnpkg fat: while reading " + Cp1252ToUtf8(NodePath(node)),
+    const WarningCapture reading("tnpkg fat: while reading " + tn::Win1252ToUtf8(NodePath(node)),
                                  WarningCapture::Showing::Held);
     const auto* medium = dynamic_cast<const store::OverlayMedium*>(volume->Medium);
     const std::int64_t outsideBefore = medium != nullptr ? medium->BytesReadOutside() : 0;

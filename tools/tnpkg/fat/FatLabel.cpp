@@ -1,6 +1,8 @@
 // `tnpkg fat label`: shows, sets or clears the volume label. As mlabel does, the label lives in
 // two places: an entry of the root (attribute 0x08) and, on volumes whose boot sector has the
 // extended fields, the boot sector's label field.
+#include <tnpackage/text/Encodings.h>
+
 #include <cstring>
 
 #include "cli/Output.h"
@@ -82,7 +84,7 @@ int Show(FatRequest& r) {
     const auto m = MountRequested(r);
     if (!m) return kFailure;
     const std::string label = VolumeLabel(*m);
-    Print("%s\n", label.empty() ? "(none)" : Cp1252ToUtf8(label).c_str());
+    Print("%s\n", label.empty() ? "(none)" : tn::Win1252ToUtf8(label).c_str());
     return kSuccess;
 }
 

@@ -1,6 +1,8 @@
 // `tnpkg fat put`, `mkdir` and `format`: the commands that change an image. Each works on the
 // overlay of an image session, reads back what it wrote through a fresh mount, and only then
 // commits the changed pages into the image, behind the rollback journal.
+#include <tnpackage/text/Encodings.h>
+
 #include <algorithm>
 #include <cstdio>
 #include <ctime>
@@ -50,7 +52,7 @@ std::string Join(const std::string& folder, const std::string& name) {
 std::string Shown(const std::string& fatPath) {
     std::string path = "/" + fatPath;
     std::replace(path.begin(), path.end(), '\\', '/');
-    return Cp1252ToUtf8(path);
+    return tn::Win1252ToUtf8(path);
 }
 
 bool ReadHostFile(const fs::path& path, std::string& data) {
@@ -280,7 +282,7 @@ bool Execute(MountedImage& w, const Plan& plan, bool quiet) {
     Progress progress("writing", quiet);
     std::uint64_t done = 0;
     for (const auto& file : plan.files) {
-        progress.Update(++done, plan.files.size(), Cp1252ToUtf8(file.fatPath));
+        progress.Update(++done, plan.files.size(), tn::Win1252ToUtf8(file.fatPath));
         std::string data;
         if (!ReadContent(file, data) || data.size() != file.size) {
             FatNote("cannot read " + PathText(file.host));

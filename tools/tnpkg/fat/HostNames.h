@@ -39,12 +39,8 @@ class UniqueNames {
     std::set<std::string> taken_;  // folded to upper case
 };
 
-/// Windows-1252 text as UTF-8, without building package strings (fast for long listings).
-std::string Cp1252ToUtf8(const std::string& text);
-
-/// A short name as stored (OEM code page 850, the code page of German DOS and mtools' default)
-/// as UTF-8.
-std::string OemToUtf8(const std::string& oem);
+/// A short name as stored (OEM code page) as UTF-8, control characters shown as "_".
+std::string ShortNameToUtf8(const std::string& oem);
 
 /// ASCII letters in upper case; every other byte unchanged (safe on UTF-8).
 std::string UpperAscii(const std::string& text);

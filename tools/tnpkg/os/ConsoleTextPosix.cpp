@@ -1,12 +1,13 @@
 #ifndef _WIN32
 
-#include "cli/Output.h"
+#include <tnpackage/text/Encodings.h>
+
 #include "os/ConsoleText.h"
 
 namespace tnpkg::os {
 
 std::string ForTerminal(const std::string& text) {
-    return ToUtf8(text.c_str());
+    return tn::Win1252ToUtf8(text);
 }
 
 }  // namespace tnpkg::os

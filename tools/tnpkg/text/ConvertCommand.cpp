@@ -33,10 +33,6 @@ tn::TPString Owned(const std::string& text) {
     return tn::TPString(const_cast<char*>(text.c_str()));
 }
 
-std::string Str(const tn::TPString& text) {
-    return text.c_str() != nullptr ? text.c_str() : "";
-}
-
 template <class Convert>
 std::string InPieces(const std::string& text, std::size_t piece, Convert convert) {
     std::string out;
@@ -49,35 +45,39 @@ std::string InPieces(const std::string& text, std::size_t piece, Convert convert
 std::string ConvertText(const Conversion& c, const std::string& text) {
     if (text.empty()) return text;
     if (c.source == Source::Utf8 && c.target == "html") {
-        return Str(Owned(text).UTF8toHTML(c.markup ? 1 : 0));
+        return tn::ToStdString(Owned(text).UTF8toHTML(c.markup ? 1 : 0));
     }
     std::string ansi = text;
     if (c.source == Source::Utf8) {
-        ansi = Str(Owned(text).UTF8toAscii());
+        ansi = tn::ToStdString(Owned(text).UTF8toAscii());
     } else if (c.source == Source::Html) {
         std::vector<char> decoded(text.size() + 1);
         tn::HTMLDecodierung2(text.c_str(), decoded.data());
         ansi = decoded.data();
     }
-    if (c.target == "oem") return Str(Owned(ansi).Ansi2OEM());
-    if (c.target == "ansi") return c.source == Source::Ansi ? Str(Owned(ansi).OEM2Ansi()) : ansi;
+    if (c.target == "oem") return tn::ToStdString(Owned(ansi).Ansi2OEM());
+    if (c.target == "ansi") {
+        return c.source == Source::Ansi ? tn::ToStdString(Owned(ansi).OEM2Ansi()) : ansi;
+    }
     if (c.target == "uml") {
-        if (!c.upper) return Str(tn::KeinUmlaut(Owned(ansi)));
-        return InPieces(ansi, kSpellingPiece,
-                        [](const std::string& s) { return Str(Owned(s).UmlautCodierung(true)); });
+        if (!c.upper) return tn::ToStdString(tn::KeinUmlaut(Owned(ansi)));
+        return InPieces(ansi, kSpellingPiece, [](const std::string& s) {
+            return tn::ToStdString(Owned(s).UmlautCodierung(true));
+        });
     }
     if (c.target == "html") {
-        return InPieces(ansi, kHtmlPiece,
-                        [&c](const std::string& s) { return Str(Owned(s).Ansi2HTML(c.markup)); });
+        return InPieces(ansi, kHtmlPiece, [&c](const std::string& s) {
+            return tn::ToStdString(Owned(s).Ansi2HTML(c.markup));
+        });
     }
     if (c.target == "url") {
         return InPieces(ansi, kUrlPiece, [](const std::string& s) {
             tn::TPString url = Owned(s);
             url.HTMLCodierung();
-            return Str(url);
+            return tn::ToStdString(url);
         });
     }
-    return ToUtf8(ansi.c_str());  // "utf8"
+    return tn::Win1252ToUtf8(ansi);  // "utf8"
 }
 
 int RunConvert(const Args& args) {
