@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "fat/HostNames.h"
+#include "util/LittleEndian.h"
 
 namespace tnpkg {
 namespace {
@@ -37,13 +38,6 @@ static_assert(sizeof(kDot) - 1 == kNameLength && sizeof(kDotDot) - 1 == kNameLen
 constexpr int kMaxDepth = tn::TPVolumeFAT::kMaxDepth;
 // Past this many lost chains the rest are summed up in one line.
 constexpr int kLostChainsNamed = 20;
-
-std::uint16_t Get16(const unsigned char* p) {
-    return static_cast<std::uint16_t>(p[0] | (p[1] << 8));
-}
-std::uint32_t Get32(const unsigned char* p) {
-    return Get16(p) | (static_cast<std::uint32_t>(Get16(p + 2)) << 16);
-}
 
 std::uint8_t Checksum(const unsigned char* name) {
     unsigned s = 0;
@@ -120,7 +114,7 @@ class LongName {
         }
         for (int i = 0; i < kLfnChars; ++i) {
             units_[static_cast<std::size_t>((number - 1) * kLfnChars + i)] =
-                Get16(e + kLfnOffsets[static_cast<std::size_t>(i)]);
+                tn::ReadLE16(e + kLfnOffsets[static_cast<std::size_t>(i)]);
         }
         next_ = number - 1;
     }
@@ -202,7 +196,7 @@ class Checker {
         std::vector<std::uint32_t> values(owner_.size(), 0);
         for (std::size_t n = 0; n < values.size(); ++n) {
             if (bits_ == 16) {
-                if (2 * n + 1 < f.size()) values[n] = Get16(&f[2 * n]);
+                if (2 * n + 1 < f.size()) values[n] = tn::ReadLE16(&f[2 * n]);
                 continue;
             }
             const std::size_t k = 3 * (n / 2);
@@ -379,8 +373,8 @@ class Checker {
                 if ((e[kAttributes] & kAttrVolume) != 0 && (e[kAttributes] & kAttrDirectory) == 0)
                     continue;
                 entry.folder = (e[kAttributes] & kAttrDirectory) != 0;
-                entry.first = Get16(e + kCluster);
-                entry.size = Get32(e + kSize);
+                entry.first = tn::ReadLE16(e + kCluster);
+                entry.size = tn::ReadLE32(e + kSize);
                 entries.push_back(entry);
             }
         }

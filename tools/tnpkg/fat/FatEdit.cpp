@@ -7,6 +7,7 @@
 #include "fat/EntrySets.h"
 #include "fat/FatCommand.h"
 #include "fat/HostNames.h"
+#include "util/LittleEndian.h"
 
 namespace tnpkg {
 namespace {
@@ -140,11 +141,6 @@ std::string CheckMove(FatRequest& r, MountedImage& w, tn::TPDirEintrag& source,
     return {};
 }
 
-void Put16(unsigned char* p, std::uint32_t v) {
-    p[0] = static_cast<unsigned char>(v);
-    p[1] = static_cast<unsigned char>(v >> 8);
-}
-
 // Writes a new entry set for the old short entry `old` under `name` in `folder`: the name is
 // new, everything else (attributes, dates, first cluster, size) is the old entry's.
 tn::TPDirEintrag* WriteEntrySet(tn::TPVolumeFAT& v, tn::TPDirEintrag* folder,
@@ -161,7 +157,7 @@ tn::TPDirEintrag* WriteEntrySet(tn::TPVolumeFAT& v, tn::TPDirEintrag* folder,
     std::memcpy(node->Entry + kEntryAttributes, old + kEntryAttributes, 1);
     std::memcpy(node->Entry + kEntryCaseFlags + 1, old + kEntryCaseFlags + 1,
                 tn::TPDirEintrag::kEntrySize - kEntryCaseFlags - 1);
-    node->FirstCluster = old[kEntryFirstCluster] | old[kEntryFirstCluster + 1] << 8;
+    node->FirstCluster = tn::ReadLE16(old + kEntryFirstCluster);
     v.Write(node);
     return node;
 }
@@ -178,8 +174,8 @@ void Reparent(tn::TPVolumeFAT& v, std::int32_t firstCluster, tn::TPDirEintrag* p
     const unsigned char* e = sector + (dotdot - start);
     if (e[0] != '.' || e[1] != '.') return;
     unsigned char cluster[2];
-    Put16(cluster,
-          parent->Parent == nullptr ? 0 : static_cast<std::uint32_t>(parent->FirstCluster));
+    tn::WriteLE16(cluster,
+                  parent->Parent == nullptr ? 0 : static_cast<std::uint32_t>(parent->FirstCluster));
     v.Write(static_cast<int>(dotdot + kEntryFirstCluster), reinterpret_cast<char*>(cluster), 2);
     char high[2] = {0, 0};
     v.Write(static_cast<int>(dotdot + kEntryFirstClusterHigh), high, 2);

@@ -5,6 +5,8 @@
 #include <cstring>
 #include <string>
 
+#include "util/LittleEndian.h"
+
 namespace tnpkg {
 namespace {
 
@@ -54,16 +56,6 @@ void TrackGeometry(std::uint64_t bytes, FatGeometry& g) {
             break;
         }
     }
-}
-
-void Put16(unsigned char* p, std::uint32_t v) {
-    p[0] = static_cast<unsigned char>(v);
-    p[1] = static_cast<unsigned char>(v >> 8);
-}
-
-void Put32(unsigned char* p, std::uint32_t v) {
-    Put16(p, v & 0xFFFF);
-    Put16(p + 2, v >> 16);
 }
 
 std::string FormatRefusal(std::uint64_t bytes, const FormatChoice& choice, std::uint64_t clusters) {
@@ -172,21 +164,21 @@ std::vector<unsigned char> FatSystemArea(const FatGeometry& g, const std::string
     static constexpr unsigned char kJump[3] = {0xEB, 0x3C, 0x90};
     std::memcpy(b, kJump, 3);
     std::memcpy(b + 3, "TNPKG1.0", 8);
-    Put16(b + 11, kSector);
+    tn::WriteLE16(b + 11, kSector);
     b[13] = g.sectorsPerCluster;
-    Put16(b + 14, g.reservedSectors);
+    tn::WriteLE16(b + 14, g.reservedSectors);
     b[16] = kFats;
-    Put16(b + 17, g.rootEntries);
-    Put16(b + 19, g.totalSectors < 0x10000 ? g.totalSectors : 0);
+    tn::WriteLE16(b + 17, g.rootEntries);
+    tn::WriteLE16(b + 19, g.totalSectors < 0x10000 ? g.totalSectors : 0);
     b[21] = kMedia;
-    Put16(b + 22, g.sectorsPerFat);
-    Put16(b + 24, g.sectorsPerTrack);
-    Put16(b + 26, g.heads);
-    Put32(b + 28, 0);  // hidden sectors: the volume starts the image
-    Put32(b + 32, g.totalSectors < 0x10000 ? 0 : g.totalSectors);
+    tn::WriteLE16(b + 22, g.sectorsPerFat);
+    tn::WriteLE16(b + 24, g.sectorsPerTrack);
+    tn::WriteLE16(b + 26, g.heads);
+    tn::WriteLE32(b + 28, 0);  // hidden sectors: the volume starts the image
+    tn::WriteLE32(b + 32, g.totalSectors < 0x10000 ? 0 : g.totalSectors);
     b[36] = 0x80;  // drive number
     b[38] = 0x29;  // extended boot signature: serial, label and type follow
-    Put32(b + 39, serial);
+    tn::WriteLE32(b + 39, serial);
     std::string name = label.empty() ? std::string("NO NAME") : label;
     name.resize(11, ' ');
     std::memcpy(b + 43, name.data(), 11);
@@ -209,8 +201,8 @@ std::vector<unsigned char> FatSystemArea(const FatGeometry& g, const std::string
         unsigned char* root = b + (g.reservedSectors + kFats * g.sectorsPerFat) * kSector;
         std::memcpy(root, name.data(), 11);
         root[11] = 0x08;
-        Put16(root + 22, fatDateTime & 0xFFFF);
-        Put16(root + 24, fatDateTime >> 16);
+        tn::WriteLE16(root + 22, fatDateTime & 0xFFFF);
+        tn::WriteLE16(root + 24, fatDateTime >> 16);
     }
     return area;
 }

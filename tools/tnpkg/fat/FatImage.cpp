@@ -9,6 +9,7 @@
 #include "cli/Output.h"
 #include "cli/Warnings.h"
 #include "fat/HostNames.h"
+#include "storage/FatLayout.h"
 #include "store/OverlayMedium.h"
 
 namespace tnpkg {
@@ -18,8 +19,6 @@ namespace fs = std::filesystem;
 using tn::PartitionTable;
 
 constexpr std::size_t kSector = 512;
-constexpr std::size_t kBootLabel = 43;
-constexpr std::size_t kExtendedSignature = 38;
 
 bool ReadAt(const fs::path& path, std::int64_t offset, unsigned char* bytes, std::size_t n) {
     std::ifstream in(path, std::ios::binary);
@@ -147,8 +146,10 @@ bool LocateVolume(const fs::path& image, const VolumeChoice& choice, VolumeLocat
         problem = "the volume at " + where.Describe() + " lies beyond the end of " + name;
         return false;
     }
-    if (boot[kExtendedSignature] == 0x29) {
-        where.bootLabel = TrimRight(std::string(reinterpret_cast<char*>(boot + kBootLabel), 11));
+    if (boot[tn::fat::kBootExtendedSignature] == tn::fat::kExtendedSignature) {
+        where.bootLabel =
+            TrimRight(std::string(reinterpret_cast<char*>(boot + tn::fat::kBootVolumeLabel),
+                                  tn::fat::kBootVolumeLabelLength));
     }
     if (!tn::IsFATSector(boot)) {
         problem = "no FAT boot sector at " + where.Describe() + " of " + name;
