@@ -342,9 +342,14 @@ std::string NodePath(const tn::TPDirEintrag& node) {
 }
 
 std::string DateText(std::uint32_t v) {
+    tn::TPDateTime when;
+    when.SetFileDate(v);
+    unsigned short year = 0, month = 0, day = 0, hour = 0, minute = 0;
+    when.DecodeDate(&day, &month, &year);
+    when.DecodeTime(&hour, &minute, nullptr, nullptr);
     char text[32];
-    std::snprintf(text, sizeof text, "%04u-%02u-%02u %02u:%02u", 1980 + (v >> 25), (v >> 21) & 0x0F,
-                  (v >> 16) & 0x1F, (v >> 11) & 0x1F, (v >> 5) & 0x3F);
+    std::snprintf(text, sizeof text, "%04u-%02u-%02u %02u:%02u", unsigned{year}, unsigned{month},
+                  unsigned{day}, unsigned{hour}, unsigned{minute});
     return text;
 }
 

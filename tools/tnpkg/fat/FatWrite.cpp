@@ -342,12 +342,7 @@ bool WriteSystemArea(const std::shared_ptr<store::ImageSession>& session,
 }
 
 std::uint32_t FatNow() {
-    const std::time_t now = std::time(nullptr);
-    const std::tm* t = std::localtime(&now);
-    if (t == nullptr || t->tm_year < 80) return 0;
-    return static_cast<std::uint32_t>((t->tm_year - 80) << 25 | (t->tm_mon + 1) << 21 |
-                                      t->tm_mday << 16 | t->tm_hour << 11 | t->tm_min << 5 |
-                                      t->tm_sec / 2);
+    return tn::TPDateTime(0, tn::PDateTimeFlag::DateTime).FileDate();
 }
 
 }  // namespace
