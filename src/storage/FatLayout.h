@@ -10,8 +10,11 @@
 namespace tn::fat {
 
 // ---- boot sector ----------------------------------------------------------------------------
-inline constexpr int kBootJump = 0;
-inline constexpr int kBootBytesPerSector = 11;      // 2
+inline constexpr int kBootJump = 0;     // 3
+inline constexpr int kBootOemName = 3;  // 8, the formatting system's name
+inline constexpr int kBootOemNameLength = 8;
+inline constexpr int kBootBytesPerSector = 11;  // 2
+static_assert(kBootOemName + kBootOemNameLength == kBootBytesPerSector);
 inline constexpr int kBootSectorsPerCluster = 13;   // 1
 inline constexpr int kBootReservedSectors = 14;     // 2
 inline constexpr int kBootNumberOfFATs = 16;        // 1

@@ -7,7 +7,6 @@
 #include "cli/Warnings.h"
 #include "fat/EntrySets.h"
 #include "fat/FatCommand.h"
-#include "fat/FatFormat.h"
 #include "fat/HostNames.h"
 #include "storage/FatLayout.h"
 #include "util/LittleEndian.h"
@@ -116,7 +115,7 @@ int FatLabel(FatRequest& r) {
     if (!r.operands.empty() && clear) return FatUsage("give either a NAME or --clear");
     bool lossy = false;
     std::string label = clear ? std::string() : FromUtf8(r.operands[0], lossy, '\x7F');
-    const std::string problem = CheckVolumeLabel(label);
+    const std::string problem = tn::CheckVolumeLabel(label);
     if (!problem.empty()) return FatUsage(problem);
     if (!clear && label.empty()) return FatUsage("an empty label: --clear removes the label");
     return Set(r, label, clear);

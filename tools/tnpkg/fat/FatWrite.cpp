@@ -14,7 +14,6 @@
 #include "cli/Warnings.h"
 #include "fat/EntrySets.h"
 #include "fat/FatCommand.h"
-#include "fat/FatFormat.h"
 #include "fat/HostNames.h"
 #include "store/ImageSession.h"
 
@@ -410,9 +409,9 @@ int FatFormat(FatRequest& r) {
     }
     bool lossy = false;
     std::string label = FromUtf8(r.args.Option("--label").value_or(""), lossy, '\x7F');
-    const std::string labelProblem = CheckVolumeLabel(label);
+    const std::string labelProblem = tn::CheckVolumeLabel(label);
     if (!labelProblem.empty()) return FatUsage(labelProblem);
-    FormatChoice choice;
+    tn::FatFormatChoice choice;
     if (const auto fat = r.args.Option("--fat")) {
         if (*fat != "12" && *fat != "16") return FatUsage("--fat takes 12 or 16");
         choice.fatBits = *fat == "12" ? 12 : 16;
@@ -425,7 +424,7 @@ int FatFormat(FatRequest& r) {
         choice.clusterBytes = static_cast<std::uint32_t>(clusterBytes);
     }
     std::string reason;
-    const auto geometry = ChooseFatGeometry(bytes, choice, reason);
+    const auto geometry = tn::ChooseFatGeometry(bytes, choice, reason);
     if (!geometry) return FatFail(reason);
     const fs::path image(r.image);
     std::error_code ec;
@@ -434,7 +433,7 @@ int FatFormat(FatRequest& r) {
     }
     const auto now = FatNow();
     const auto serial = static_cast<std::uint32_t>(std::time(nullptr)) * 2654435761u;
-    const auto area = FatSystemArea(*geometry, label, serial, now);
+    const auto area = tn::FatSystemArea(*geometry, label, serial, now);
     if (!image.parent_path().empty()) fs::create_directories(image.parent_path(), ec);
     const auto options = store::SessionOptions::For(true, r.args.Flag("--no-journal"), true);
     std::string problem;
