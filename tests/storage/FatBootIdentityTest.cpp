@@ -12,13 +12,6 @@
 namespace tn {
 namespace {
 
-std::vector<std::uint8_t> FirstSector(const std::filesystem::path& image) {
-    std::vector<std::uint8_t> sector(512);
-    std::ifstream in(image, std::ios::binary);
-    in.read(reinterpret_cast<char*>(sector.data()), static_cast<std::streamsize>(sector.size()));
-    return sector;
-}
-
 TEST(FatBootIdentity, ReadsWhatMkfsWrote) {
     TN_REQUIRE_FAT_TOOLS();
     const auto image = test::ScratchFolder() / "card.img";
@@ -38,7 +31,7 @@ TEST(FatBootIdentity, ReadsWhatMkfsWrote) {
     for (const Case& c : cases) {
         SCOPED_TRACE(c.options);
         ASSERT_TRUE(test::MakeFatImage(image, c.kib, c.options));
-        const auto sector = FirstSector(image);
+        const auto sector = test::LoadPrefix(image);
         const auto id = fat::ReadBootIdentity(sector.data(), sector.size());
         ASSERT_TRUE(id.has_value());
         EXPECT_EQ(id->fileSystem, c.fileSystem);
@@ -49,7 +42,7 @@ TEST(FatBootIdentity, ReadsWhatMkfsWrote) {
     // Without the extended signature there is neither id nor label; without the boot
     // signature, or with too few bytes, the sector is no boot sector at all.
     ASSERT_TRUE(test::MakeFatImage(image, 1440, "-F 12 -n X"));
-    auto sector = FirstSector(image);
+    auto sector = test::LoadPrefix(image);
     EXPECT_FALSE(fat::ReadBootIdentity(sector.data(), 511).has_value());
     EXPECT_FALSE(fat::ReadBootIdentity(nullptr, 512).has_value());
     sector[38] = 0x28;

@@ -14,13 +14,6 @@
 namespace tn {
 namespace {
 
-std::vector<std::uint8_t> FirstSector(const std::filesystem::path& image) {
-    std::vector<std::uint8_t> sector(512);
-    std::ifstream in(image, std::ios::binary);
-    in.read(reinterpret_cast<char*>(sector.data()), static_cast<std::streamsize>(sector.size()));
-    return sector;
-}
-
 void WriteImage(const std::filesystem::path& image, const std::vector<std::uint8_t>& area,
                 std::uint64_t bytes) {
     std::ofstream out(image, std::ios::binary | std::ios::trunc);
@@ -41,8 +34,8 @@ TEST(FatFormat, LaysOutWhatMkfsLaysOut) {
         WriteImage(ours, FatSystemArea(*geometry, "FLUG", 0x12345678, 0x5A8F6C21), bytes);
         ASSERT_TRUE(test::MakeFatImage(folder / "mkfs.img", kib,
                                        "-F " + std::to_string(geometry->fatBits) + " -r 512"));
-        const auto theirs = FirstSector(folder / "mkfs.img");
-        const auto mine = FirstSector(ours);
+        const auto theirs = test::LoadPrefix(folder / "mkfs.img");
+        const auto mine = test::LoadPrefix(ours);
         // From bytes per sector to the 32-bit total: the whole geometry, hidden sectors aside.
         EXPECT_EQ(0, std::memcmp(mine.data() + 11, theirs.data() + 11, 28 - 11));
         EXPECT_EQ(0, std::memcmp(mine.data() + 32, theirs.data() + 32, 4));
