@@ -28,12 +28,13 @@ inline constexpr int kBootHiddenSectors = 28;       // 4 (the low half is kept)
 inline constexpr int kBootTotalSectors32 = 32;      // 4
 inline constexpr int kBootSectorsPerFAT32Low = 36;  // 2 (low half of the FAT32 layout's size)
 // The extended fields: after the common block in FAT12/FAT16, after the FAT32 block in FAT32.
-inline constexpr int kBootDriveNumber = 36;        // 1
-inline constexpr int kBootExtendedSignature = 38;  // 1, kExtendedSignature when id, label
-inline constexpr int kBootVolumeId = 39;           // 4    and type text follow
-inline constexpr int kBootVolumeLabel = 43;        // 11, "NO NAME    " without a label
-inline constexpr int kBootTypeText = 54;           // 8, "FAT12   " / "FAT16   "
-inline constexpr int kBootFat32DriveNumber = 64;   // 1
+inline constexpr int kBootDriveNumber = 36;  // 1
+// 1: kExtendedSignature when the id, label and type text follow
+inline constexpr int kBootExtendedSignature = 38;
+inline constexpr int kBootVolumeId = 39;          // 4
+inline constexpr int kBootVolumeLabel = 43;       // 11, "NO NAME    " without a label
+inline constexpr int kBootTypeText = 54;          // 8, "FAT12   " / "FAT16   "
+inline constexpr int kBootFat32DriveNumber = 64;  // 1
 inline constexpr int kBootFat32ExtendedSignature = 66;
 inline constexpr int kBootFat32VolumeId = 67;
 inline constexpr int kBootFat32VolumeLabel = 71;
