@@ -50,6 +50,7 @@
 
 // Device memory and FAT volume.
 #include <tnpackage/storage/Drives.h>
+#include <tnpackage/storage/FatFormat.h>
 #include <tnpackage/storage/FatGlobals.h>
 #include <tnpackage/storage/FileIO.h>
 #include <tnpackage/storage/PartitionTable.h>

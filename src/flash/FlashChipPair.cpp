@@ -5,24 +5,13 @@
 #include <map>
 #include <set>
 
+#include "flash/FlashCommands.h"
+
 namespace tn {
 
 namespace {
 
-constexpr std::uint32_t kUnlockAddress = 0x5555;
-constexpr std::uint32_t kUnlockAddress2 = 0x2AAA;
-constexpr std::uint8_t kUnlock1 = 0xAA;
-constexpr std::uint8_t kUnlock2 = 0x55;
-constexpr std::uint8_t kEraseSetup = 0x80;
-constexpr std::uint8_t kProgramCommand = 0xA0;
-constexpr std::uint8_t kSectorErase = 0x30;
-constexpr std::uint8_t kChipErase = 0x10;
-
-constexpr std::uint8_t kDQ7 = 0x80;
-constexpr std::uint8_t kDQ6 = 0x40;
-constexpr std::uint8_t kDQ5 = 0x20;
-constexpr std::uint8_t kDQ3 = 0x08;
-constexpr std::uint8_t kErased = 0xFF;
+using namespace flash::chip;
 
 enum class Mode {
     Read,
@@ -195,7 +184,7 @@ struct FlashChipPair::Impl {
                 Record(c, address, value);
                 c.mode = Mode::Read;  // 0xF0 (reset) and anything unknown
                 if (At(address, kUnlockAddress) && value == kEraseSetup) c.mode = Mode::Setup;
-                if (At(address, kUnlockAddress) && value == kProgramCommand) {
+                if (At(address, kUnlockAddress) && value == kProgram) {
                     c.mode = Mode::ProgramNext;
                 }
                 return;

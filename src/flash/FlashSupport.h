@@ -9,22 +9,27 @@
 #include <cstdio>
 #include <string>
 
+#include "flash/FlashCommands.h"
 #include "storage/SpeicherMessages.h"
 
 namespace tn::flash {
 
-// Command and status values, doubled into both chips' bytes.
 inline constexpr std::uint32_t kSectorMask = ~static_cast<std::uint32_t>(TFlash::kSectorSize - 1);
-inline constexpr std::uint32_t kUnlockOffset = 0xAAAA;   // word 0x5555
-inline constexpr std::uint32_t kUnlockOffset2 = 0x5554;  // word 0x2AAA
-inline constexpr std::uint16_t kUnlock1 = 0xAAAA;
-inline constexpr std::uint16_t kUnlock2 = 0x5555;
-inline constexpr std::uint16_t kEraseSetup = 0x8080;
-inline constexpr std::uint16_t kSectorErase = 0x3030;
-inline constexpr std::uint16_t kChipErase = 0x1010;
-inline constexpr std::uint16_t kDQ7 = 0x8080;
-inline constexpr std::uint16_t kDQ5 = 0x2020;
-inline constexpr std::uint16_t kBlank = 0xFFFF;
+
+// Command and status values as the pair sees them.
+inline constexpr std::uint32_t kUnlockOffset = PairOffset(chip::kUnlockAddress);
+inline constexpr std::uint32_t kUnlockOffset2 = PairOffset(chip::kUnlockAddress2);
+inline constexpr std::uint16_t kUnlock1 = BothChips(chip::kUnlock1);
+inline constexpr std::uint16_t kUnlock2 = BothChips(chip::kUnlock2);
+inline constexpr std::uint16_t kEraseSetup = BothChips(chip::kEraseSetup);
+inline constexpr std::uint16_t kSectorErase = BothChips(chip::kSectorErase);
+inline constexpr std::uint16_t kChipErase = BothChips(chip::kChipErase);
+inline constexpr std::uint16_t kDQ7 = BothChips(chip::kDQ7);
+inline constexpr std::uint16_t kDQ5 = BothChips(chip::kDQ5);
+inline constexpr std::uint16_t kBlank = BothChips(chip::kErased);
+// The commands go to offsets inside the sector they address.
+static_assert(kUnlockOffset < TFlash::kSectorSize && kUnlockOffset2 < TFlash::kSectorSize);
+static_assert(kUnlockOffset % 2 == 0 && kUnlockOffset2 % 2 == 0);  // whole words
 inline constexpr int kBeepDuration = 5;
 
 /// FlashDelay, or a busy loop of `count` iterations.

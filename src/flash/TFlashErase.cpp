@@ -8,6 +8,7 @@
 #include <cstring>
 
 #include "flash/FlashSupport.h"
+#include "util/LittleEndian.h"
 
 namespace tn {
 
@@ -236,8 +237,7 @@ void TFlash::WriteSector(int offset, void* source) {
     if (Blank(target, kBlockSize)) {
         const auto* bytes = static_cast<const unsigned char*>(source);
         for (int i = 0; i < kBlockSize / 2; ++i) {
-            WriteWord(offset / 2 + i,
-                      static_cast<unsigned short>(bytes[2 * i] | bytes[2 * i + 1] << 8));
+            WriteWord(offset / 2 + i, ReadLE16(bytes + 2 * i));
         }
         return;
     }

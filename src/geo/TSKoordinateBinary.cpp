@@ -7,6 +7,8 @@
 #include <cstring>
 #include <limits>
 
+#include "util/LittleEndian.h"
+
 namespace tn {
 
 namespace {
@@ -100,8 +102,7 @@ void TSKoordinate::ToVXCFloat(char* p) const {
 }
 
 double TSKoordinate::PCFloatToBogen(const char* p) {
-    const std::uint32_t bits =
-        Byte(p, 0) | (Byte(p, 1) << 8) | (Byte(p, 2) << 16) | (std::uint32_t{Byte(p, 3)} << 24);
+    const std::uint32_t bits = ReadLE32(reinterpret_cast<const std::uint8_t*>(p));
     return static_cast<double>(std::bit_cast<float>(bits));
 }
 

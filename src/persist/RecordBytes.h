@@ -1,30 +1,14 @@
-// Bytes of records: little-endian words at any alignment, and handing bytes to a writer.
+// Bytes of records: their words are little-endian (util/LittleEndian.h), and handing bytes to a
+// writer.
 #pragma once
 
 #include <tnpackage/persist/TPWriter.h>
 
 #include <cstdint>
 
+#include "util/LittleEndian.h"
+
 namespace tn::detail {
-
-inline void PutLe16(unsigned char* p, std::uint16_t v) {
-    p[0] = static_cast<unsigned char>(v);
-    p[1] = static_cast<unsigned char>(v >> 8);
-}
-
-inline void PutLe32(unsigned char* p, std::uint32_t v) {
-    for (int i = 0; i < 4; ++i)
-        p[i] = static_cast<unsigned char>(v >> (8 * i));
-}
-
-inline std::uint16_t GetLe16(const unsigned char* p) {
-    return static_cast<std::uint16_t>(p[0] | (p[1] << 8));
-}
-
-inline std::uint32_t GetLe32(const unsigned char* p) {
-    return static_cast<std::uint32_t>(p[0]) | (static_cast<std::uint32_t>(p[1]) << 8) |
-           (static_cast<std::uint32_t>(p[2]) << 16) | (static_cast<std::uint32_t>(p[3]) << 24);
-}
 
 /// Moves a device address held in an int by `n` bytes, wrapping as the 32-bit bus does.
 inline void AdvanceAddress(int& address, std::uint32_t n) {

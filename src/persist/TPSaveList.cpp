@@ -9,6 +9,7 @@
 
 #include "persist/RecordBytes.h"
 #include "persist/RecordChecksum.h"
+#include "util/LittleEndian.h"
 
 namespace tn {
 
@@ -53,8 +54,8 @@ unsigned char* TableMemory(std::uint32_t address, int count) {
 void MoveEntries(unsigned char* table, int count, std::uint32_t delta) {
     for (int i = 0; i < count; ++i) {
         unsigned char* entry = table + i * kEntrySize;
-        const std::uint32_t value = detail::GetLe32(entry);
-        if (value != 0) detail::PutLe32(entry, value + delta);
+        const std::uint32_t value = ReadLE32(entry);
+        if (value != 0) WriteLE32(entry, value + delta);
     }
 }
 
@@ -88,11 +89,11 @@ TPSaveList::RecordBytes TPSaveList::Record() const {
     RecordBytes r{};
     const std::uint16_t header[] = {Magic, Size, Type, Version, Stride, State, CheckSum, Reserved};
     for (int i = 0; i < 8; ++i)
-        detail::PutLe16(r.data() + 2 * i, header[i]);
-    detail::PutLe32(r.data() + kCapacityOffset, static_cast<std::uint32_t>(Capacity));
-    detail::PutLe32(r.data() + kTableOffset, TableAddress);
-    detail::PutLe32(r.data() + kCountOffset, static_cast<std::uint32_t>(Count));
-    detail::PutLe32(r.data() + kDispatchOffset, 0);
+        WriteLE16(r.data() + 2 * i, header[i]);
+    WriteLE32(r.data() + kCapacityOffset, static_cast<std::uint32_t>(Capacity));
+    WriteLE32(r.data() + kTableOffset, TableAddress);
+    WriteLE32(r.data() + kCountOffset, static_cast<std::uint32_t>(Count));
+    WriteLE32(r.data() + kDispatchOffset, 0);
     return r;
 }
 
@@ -113,8 +114,8 @@ void TPSaveList::Save(int& address, const TPWriter& writer) {
     std::uint32_t first = 0;
     for (int i = 0; i < Count && Items != nullptr; ++i) {
         unsigned char entry[kEntrySize];
-        detail::PutLe32(entry, EntryOf(Items[i], unaddressable));
-        if (i == 0) first = detail::GetLe32(entry);
+        WriteLE32(entry, EntryOf(Items[i], unaddressable));
+        if (i == 0) first = ReadLE32(entry);
         detail::HandOut(entry, kEntrySize, address, writer);
     }
     if (Count != 0 && Items != nullptr) {
@@ -138,7 +139,7 @@ void TPSaveList::Copy(int& address, const TPWriter& writer) {
     if (copiedTable == nullptr) {
         WarnUnmapped("Kopie bei", start);
     } else {
-        detail::PutLe32(copiedTable, static_cast<std::uint32_t>(address));
+        WriteLE32(copiedTable, static_cast<std::uint32_t>(address));
     }
 
     auto table = static_cast<std::uint32_t>(address);
@@ -162,7 +163,7 @@ void TPSaveList::Copy(int& address, const TPWriter& writer) {
         if (slot == nullptr) {
             WarnUnmapped("Tabelle bei", table);
         } else {
-            detail::PutLe32(slot, entry);
+            WriteLE32(slot, entry);
         }
         detail::HandOut(element, elementSize, address, writer);
     }
@@ -175,7 +176,7 @@ char* TPSaveList::Save(char*& cursor) {
     bool unaddressable = false;
     auto* out = reinterpret_cast<unsigned char*>(cursor);
     for (int i = 0; i < Count && Items != nullptr; ++i, out += kEntrySize) {
-        detail::PutLe32(out, EntryOf(Items[i], unaddressable));
+        WriteLE32(out, EntryOf(Items[i], unaddressable));
     }
     // The last word of the record carries nothing and is left out.
     const RecordBytes r = Record();
@@ -210,7 +211,7 @@ void TPSaveList::SetOffset(int delta) {
     SetCapacity(Count);
     if (Capacity < Count) return;
     for (int i = 0; i < Count; ++i) {
-        const std::uint32_t entry = detail::GetLe32(table + i * kEntrySize);
+        const std::uint32_t entry = ReadLE32(table + i * kEntrySize);
         Items[i] = entry != 0 ? DeviceAddressSpace::ToHost(entry) : nullptr;
     }
 }

@@ -6,6 +6,7 @@
 
 #include "persist/RecordBytes.h"
 #include "platform/Platform.h"
+#include "util/LittleEndian.h"
 
 namespace tn {
 
@@ -23,9 +24,9 @@ int TPSaveList::SaveHeader(std::intptr_t fileHandle, void* buffer, int value, co
     if (buffer == nullptr) return -1;
     auto* header = static_cast<unsigned char*>(buffer);
     std::memset(header, 0xFF, kHeaderLength);
-    detail::PutLe32(header, kHeaderLength);
-    detail::PutLe32(header + kValueOffset, static_cast<std::uint32_t>(value));
-    detail::PutLe32(header + kDateOffset, TPDateTime::CurrentDateTime().FileDate());
+    WriteLE32(header, kHeaderLength);
+    WriteLE32(header + kValueOffset, static_cast<std::uint32_t>(value));
+    WriteLE32(header + kDateOffset, TPDateTime::CurrentDateTime().FileDate());
     if (text != nullptr) {
         const void* nul = std::memchr(text, 0, kLongestText);
         const std::size_t length =

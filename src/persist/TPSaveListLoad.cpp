@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "persist/RecordBytes.h"
+#include "util/LittleEndian.h"
 
 namespace tn {
 
@@ -24,8 +25,8 @@ struct Header {
 };
 
 Header ReadHeader(const unsigned char* p) {
-    return {detail::GetLe16(p + kSizeOffset), detail::GetLe16(p + kVersionOffset),
-            detail::GetLe16(p + kStrideOffset), detail::GetLe16(p + kStateOffset)};
+    return {ReadLE16(p + kSizeOffset), ReadLE16(p + kVersionOffset), ReadLE16(p + kStrideOffset),
+            ReadLE16(p + kStateOffset)};
 }
 
 bool Live(std::uint16_t state) {

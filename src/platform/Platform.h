@@ -90,6 +90,9 @@ struct VolumeDetails {
     std::uint32_t flags = 0;      ///< Windows FILE_* volume flag bits
     std::string fileSystem;       ///< upper-case like Windows: "FAT32", "EXT4", ...
     std::uint32_t driveType = 1;  ///< Windows drive type code; 1: no such root
+    /// The first sector of a FAT volume where the system leaves reading its id and label to
+    /// the package (empty otherwise): what it says wins over the label and serial above.
+    std::vector<std::uint8_t> bootSector;
 };
 /// `folder`: a drive root such as "E:\" on Windows, or any existing folder.
 VolumeDetails QueryVolume(const char* folder);

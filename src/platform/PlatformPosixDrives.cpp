@@ -7,7 +7,6 @@
 #include <sys/statvfs.h>
 #include <unistd.h>
 
-#include <array>
 #include <cctype>
 #include <climits>
 #include <cstdlib>
@@ -168,43 +167,15 @@ std::uint32_t DriveTypeOf(const Mount& m, const BlockDevice& d) {
     return kFixed;
 }
 
-// The first sector of a block device, when it can be read.
-std::optional<std::array<unsigned char, kSectorSize>> FirstSector(const std::string& device) {
+// The first sector of a block device, or nothing when it cannot be read.
+std::vector<std::uint8_t> FirstSector(const std::string& device) {
     std::ifstream in(device, std::ios::binary);
-    std::array<unsigned char, kSectorSize> sector{};
-    if (!in.read(reinterpret_cast<char*>(sector.data()), sector.size())) return std::nullopt;
+    std::vector<std::uint8_t> sector(kSectorSize);
+    if (!in.read(reinterpret_cast<char*>(sector.data()),
+                 static_cast<std::streamsize>(kSectorSize))) {
+        return {};
+    }
     return sector;
-}
-
-unsigned Word(const unsigned char* p) {
-    return p[0] | (p[1] << 8);
-}
-std::uint32_t Long(const unsigned char* p) {
-    return static_cast<std::uint32_t>(p[0] | (p[1] << 8) | (p[2] << 16)) |
-           (static_cast<std::uint32_t>(p[3]) << 24);
-}
-
-std::string TrimRight(std::string text) {
-    while (!text.empty() && (text.back() == ' ' || text.back() == '\0'))
-        text.pop_back();
-    return text;
-}
-
-// A FAT boot sector gives what Windows shows: "FAT" or "FAT32", the volume id as serial
-// number, and the boot sector's label ("NO NAME" meaning none).
-bool ReadFatBootSector(const std::string& device, VolumeDetails& v) {
-    const auto sector = FirstSector(device);
-    if (!sector || Word(sector->data() + 510) != 0xAA55) return false;
-    const unsigned char* s = sector->data();
-    const bool fat32 = Word(s + 22) == 0;  // no 16-bit FAT size
-    const std::size_t extended = fat32 ? 64 : 36;
-    if (s[extended + 2] != 0x29) return false;  // no extended boot signature: no id, no label
-    v.fileSystem = fat32 ? "FAT32" : "FAT";
-    v.serial = Long(s + extended + 3);
-    const std::string label =
-        TrimRight(std::string(reinterpret_cast<const char*>(s + extended + 7), 11));
-    v.label = label == "NO NAME" ? "" : label;
-    return true;
 }
 
 // /dev/disk/by-label and by-uuid name links after the label or id, escaping bytes as \xHH.
@@ -309,11 +280,13 @@ VolumeDetails QueryVolume(const char* folder) {
     v.maxComponentLength = static_cast<std::uint32_t>(st.f_namemax);
     v.flags = WindowsFlags(*mount, st);
     v.fileSystem = WindowsFileSystemName(*mount, st);
-    bool identified = false;
+    // A FAT volume names its id and label in its boot sector, which the caller reads; what
+    // follows is what stands in where it cannot.
     if (IsFat(mount->fileSystem) && !device.partition.empty()) {
-        identified = ReadFatBootSector("/dev/" + device.partition, v);
+        v.bootSector = FirstSector("/dev/" + device.partition);
     }
-    if (!identified && !device.partition.empty()) {
+    bool identified = false;
+    if (!device.partition.empty()) {
         v.label = tn::Utf8ToWin1252(UdevName("by-label", device.partition)).substr(0, kLabelLimit);
         if (const auto serial = SerialFromId(UdevName("by-uuid", device.partition))) {
             v.serial = *serial;

@@ -144,9 +144,9 @@ void TPDirEintrag::NewEntry(TPVerzeichnisInfo* parent, unsigned char* entry, int
     if (entry != nullptr && parent != nullptr) {
         std::memcpy(Entry, entry, kEntrySize);
         if (static_cast<std::uint16_t>(kind) != kVolumeLabel) {
-            FileDate = fat::Get32(Entry + fat::kEntryTime);
+            FileDate = ReadLE32(Entry + fat::kEntryTime);
             Date.SetFileDate(FileDate);
-            FirstCluster = fat::Get16(Entry + fat::kEntryCluster);
+            FirstCluster = ReadLE16(Entry + fat::kEntryCluster);
             Attributes = Entry[fat::kEntryAttributes] & fat::kAttrKept;
         }
     } else {
@@ -171,10 +171,10 @@ void TPDirEintrag::FATDirEintrag(int piece, char*& name, int& address) {
         Date = TPDateTime(0, PDateTimeFlag::DateTime);
         const std::uint32_t v = Date.FileDate();
         FileDate = v;
-        fat::Put16(Entry + fat::kEntryCreateTime, v);
-        fat::Put16(Entry + fat::kEntryCreateDate, v >> 16);
-        fat::Put16(Entry + fat::kEntryAccessDate, v >> 16);
-        fat::Put32(Entry + fat::kEntryTime, v);
+        WriteLE16(Entry + fat::kEntryCreateTime, v);
+        WriteLE16(Entry + fat::kEntryCreateDate, v >> 16);
+        WriteLE16(Entry + fat::kEntryAccessDate, v >> 16);
+        WriteLE32(Entry + fat::kEntryTime, v);
         const int n = Volume->GetFreeCluster(false);
         FirstCluster = 0;
         if (Volume->IsDataCluster(n)) {
@@ -183,7 +183,7 @@ void TPDirEintrag::FATDirEintrag(int piece, char*& name, int& address) {
         } else {
             fat::WarnVolumeFull(Volume->DriveLetter);
         }
-        fat::Put16(Entry + fat::kEntryCluster, static_cast<std::uint32_t>(FirstCluster));
+        WriteLE16(Entry + fat::kEntryCluster, static_cast<std::uint32_t>(FirstCluster));
         Volume->Write(this);
         return;
     }
@@ -199,7 +199,7 @@ void TPDirEintrag::FATDirEintrag(int piece, char*& name, int& address) {
         const std::uint32_t unit = index < remaining    ? static_cast<unsigned char>(name[i])
                                    : index == remaining ? 0x0000u
                                                         : 0xFFFFu;
-        fat::Put16(bytes + fat::kLfnCharOffsets[i], unit);
+        WriteLE16(bytes + fat::kLfnCharOffsets[i], unit);
     }
     name += std::min<std::size_t>(remaining, fat::kLfnCharsPerEntry);
     Volume->Write(address, reinterpret_cast<char*>(bytes), kEntrySize);
@@ -238,7 +238,7 @@ TPDateiInfo::TPDateiInfo(TPVerzeichnisInfo* parent, char* longName, unsigned cha
                          int address)
     : TPDirEintrag(parent, entry, address, kFile) {
     if (entry != nullptr && parent != nullptr) {
-        FileSize = static_cast<std::int32_t>(fat::Get32(Entry + fat::kEntrySizeField));
+        FileSize = static_cast<std::int32_t>(ReadLE32(Entry + fat::kEntrySizeField));
         SetNames(this, longName);
     }
 }
@@ -272,10 +272,10 @@ void TPDateiInfo::SaveEntry(bool keepDate) {
         Date = TPDateTime(0, PDateTimeFlag::DateTime);
         FileDate = Date.FileDate();
     }
-    fat::Put16(Entry + fat::kEntryTime, FileDate & 0xFFFFu);
-    fat::Put16(Entry + fat::kEntryDate, FileDate >> 16);
-    fat::Put16(Entry + fat::kEntryCluster, static_cast<std::uint32_t>(FirstCluster));
-    fat::Put32(Entry + fat::kEntrySizeField, static_cast<std::uint32_t>(FileSize));
+    WriteLE16(Entry + fat::kEntryTime, FileDate & 0xFFFFu);
+    WriteLE16(Entry + fat::kEntryDate, FileDate >> 16);
+    WriteLE16(Entry + fat::kEntryCluster, static_cast<std::uint32_t>(FirstCluster));
+    WriteLE32(Entry + fat::kEntrySizeField, static_cast<std::uint32_t>(FileSize));
     if (EntryAddress != 0 && Volume != nullptr) {
         Volume->Write(this);
     } else {
@@ -381,7 +381,7 @@ TPVerzeichnisInfo::TPVerzeichnisInfo(TPVerzeichnisInfo* parent, TPString name)
     Volume->Write(address, reinterpret_cast<char*>(dot), kEntrySize);
     dot[1] = '.';
     const int parentCluster = parent->Parent != nullptr ? parent->FirstCluster : 0;
-    fat::Put16(dot + fat::kEntryCluster, static_cast<std::uint32_t>(parentCluster));
+    WriteLE16(dot + fat::kEntryCluster, static_cast<std::uint32_t>(parentCluster));
     Volume->Write(address + kEntrySize, reinterpret_cast<char*>(dot), kEntrySize);
     parent->Insert(this);
     Volume->WriteClusterBuffer();

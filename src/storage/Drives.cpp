@@ -10,6 +10,7 @@
 
 #include "platform/Platform.h"
 #include "storage/DriveMap.h"
+#include "storage/FatBootIdentity.h"
 #include "storage/SpeicherMessages.h"
 
 namespace tn {
@@ -55,6 +56,11 @@ bool GetVolumeInfo(char letter) {
     VolInfo.MaximumComponentLength = v.maxComponentLength;
     VolInfo.FileSystemFlags = v.flags;
     CopyField(VolInfo.FileSystemName, v.fileSystem);
+    if (const auto id = fat::ReadBootIdentity(v.bootSector.data(), v.bootSector.size())) {
+        CopyField(VolInfo.VolumeName, id->label);
+        VolInfo.SerialNumber = id->serial;
+        CopyField(VolInfo.FileSystemName, id->fileSystem);
+    }
     return true;
 }
 

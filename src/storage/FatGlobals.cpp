@@ -25,7 +25,7 @@ bool IsFATSector(void* sector) {
 
 bool FileSystemSector(void* sector) {
     if (sector == nullptr) return false;
-    return fat::Get16(static_cast<const unsigned char*>(sector) + fat::kBootSignature) ==
+    return ReadLE16(static_cast<const unsigned char*>(sector) + fat::kBootSignature) ==
            fat::kSignature;
 }
 

@@ -5,11 +5,16 @@
 #include <cstdint>
 #include <cstring>
 
+#include "util/LittleEndian.h"
+
 namespace tn::fat {
 
 // ---- boot sector ----------------------------------------------------------------------------
-inline constexpr int kBootJump = 0;
-inline constexpr int kBootBytesPerSector = 11;      // 2
+inline constexpr int kBootJump = 0;     // 3
+inline constexpr int kBootOemName = 3;  // 8, the formatting system's name
+inline constexpr int kBootOemNameLength = 8;
+inline constexpr int kBootBytesPerSector = 11;  // 2
+static_assert(kBootOemName + kBootOemNameLength == kBootBytesPerSector);
 inline constexpr int kBootSectorsPerCluster = 13;   // 1
 inline constexpr int kBootReservedSectors = 14;     // 2
 inline constexpr int kBootNumberOfFATs = 16;        // 1
@@ -22,11 +27,41 @@ inline constexpr int kBootHeads = 26;               // 2
 inline constexpr int kBootHiddenSectors = 28;       // 4 (the low half is kept)
 inline constexpr int kBootTotalSectors32 = 32;      // 4
 inline constexpr int kBootSectorsPerFAT32Low = 36;  // 2 (low half of the FAT32 layout's size)
-inline constexpr int kBootTypeText = 54;            // 8, "FAT12   " / "FAT16   "
+// The extended fields: after the common block in FAT12/FAT16, after the FAT32 block in FAT32.
+inline constexpr int kBootDriveNumber = 36;  // 1
+// 1: kExtendedSignature when the id, label and type text follow
+inline constexpr int kBootExtendedSignature = 38;
+inline constexpr int kBootVolumeId = 39;          // 4
+inline constexpr int kBootVolumeLabel = 43;       // 11, "NO NAME    " without a label
+inline constexpr int kBootTypeText = 54;          // 8, "FAT12   " / "FAT16   "
+inline constexpr int kBootFat32DriveNumber = 64;  // 1
+inline constexpr int kBootFat32ExtendedSignature = 66;
+inline constexpr int kBootFat32VolumeId = 67;
+inline constexpr int kBootFat32VolumeLabel = 71;
+inline constexpr int kBootFat32TypeText = 82;  // 8, "FAT32   "
+inline constexpr int kBootVolumeLabelLength = 11;
 inline constexpr int kBootTypeTextLength = 8;
-inline constexpr int kBootFat32TypeText = 82;  // 8, "FAT32   " in the FAT32 layout
+inline constexpr int kBootCode = 62;  // FAT12/FAT16: the boot code follows the type text
+inline constexpr std::uint8_t kExtendedSignature = 0x29;
+inline constexpr char kNoNameLabel[] = "NO NAME    ";
+inline constexpr char kFat12TypeText[] = "FAT12   ";
+inline constexpr char kFat16TypeText[] = "FAT16   ";
 inline constexpr char kFat32TypeText[] = "FAT32   ";
+static_assert(sizeof(kNoNameLabel) - 1 == kBootVolumeLabelLength);
+static_assert(sizeof(kFat12TypeText) - 1 == kBootTypeTextLength);
+static_assert(sizeof(kFat16TypeText) - 1 == kBootTypeTextLength);
 static_assert(sizeof(kFat32TypeText) - 1 == kBootTypeTextLength);
+// Each extended field lies where the one before it ends, in both layouts alike.
+static_assert(kBootExtendedSignature == kBootDriveNumber + 2);  // one reserved byte between
+static_assert(kBootVolumeId == kBootExtendedSignature + 1);
+static_assert(kBootVolumeLabel == kBootVolumeId + 4);
+static_assert(kBootTypeText == kBootVolumeLabel + kBootVolumeLabelLength);
+static_assert(kBootCode == kBootTypeText + kBootTypeTextLength);
+inline constexpr int kBootFat32Shift = kBootFat32DriveNumber - kBootDriveNumber;
+static_assert(kBootFat32ExtendedSignature == kBootExtendedSignature + kBootFat32Shift);
+static_assert(kBootFat32VolumeId == kBootVolumeId + kBootFat32Shift);
+static_assert(kBootFat32VolumeLabel == kBootVolumeLabel + kBootFat32Shift);
+static_assert(kBootFat32TypeText == kBootTypeText + kBootFat32Shift);
 inline constexpr int kBootSignature = 510;  // 2, 0xAA55
 inline constexpr std::uint16_t kSignature = 0xAA55;
 inline constexpr int kBootSectorMinimum = 512;  // every field above lies in the first 512 bytes
@@ -107,24 +142,6 @@ inline constexpr int kLfnCharOffsets[kLfnCharsPerEntry] = {1,  3,  5,  7,  9,  1
 static_assert(kLfnChars1 + 10 == kLfnAttributes);
 static_assert(kLfnChars2 + 12 == kLfnCluster);
 static_assert(kLfnChars3 + 4 == kEntrySize);
-
-// ---- little-endian access
-// ------------------------------------------------------------------------
-inline std::uint16_t Get16(const unsigned char* p) {
-    return static_cast<std::uint16_t>(p[0] | (p[1] << 8));
-}
-inline std::uint32_t Get32(const unsigned char* p) {
-    return static_cast<std::uint32_t>(p[0]) | (static_cast<std::uint32_t>(p[1]) << 8) |
-           (static_cast<std::uint32_t>(p[2]) << 16) | (static_cast<std::uint32_t>(p[3]) << 24);
-}
-inline void Put16(unsigned char* p, std::uint32_t v) {
-    p[0] = static_cast<unsigned char>(v);
-    p[1] = static_cast<unsigned char>(v >> 8);
-}
-inline void Put32(unsigned char* p, std::uint32_t v) {
-    Put16(p, v);
-    Put16(p + 2, v >> 16);
-}
 
 /// The long-name checksum of an 11-byte short name.
 inline std::uint8_t ShortNameChecksum(const unsigned char* name) {

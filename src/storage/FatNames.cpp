@@ -61,7 +61,7 @@ void LongNameCollector::Piece(const unsigned char* entry) {
     }
     for (int i = 0; i < kLfnCharsPerEntry; ++i) {
         units_[(number - 1) * kLfnCharsPerEntry + i] =
-            static_cast<char16_t>(Get16(entry + kLfnCharOffsets[i]));
+            static_cast<char16_t>(ReadLE16(entry + kLfnCharOffsets[i]));
     }
     expected_ = number - 1;
 }

@@ -74,13 +74,13 @@ int Entry12(const unsigned char* fat, std::int64_t size, int n) {
 int Entry16(const unsigned char* fat, std::int64_t size, int n) {
     const std::int64_t k = 2 * std::int64_t{n};
     if (fat == nullptr || n < 0 || k + 1 >= size) return -1;
-    return fat::Get16(fat + k);
+    return ReadLE16(fat + k);
 }
 
 // The FAT32 layout keeps its FAT size at 36 only, and has no fixed root area or names itself.
 bool HasFat32Layout(const unsigned char* boot) {
-    if (fat::Get16(boot + fat::kBootSectorsPerFAT) != 0) return false;
-    return fat::Get16(boot + fat::kBootRootEntries) == 0 ||
+    if (ReadLE16(boot + fat::kBootSectorsPerFAT) != 0) return false;
+    return ReadLE16(boot + fat::kBootRootEntries) == 0 ||
            std::memcmp(boot + fat::kBootFat32TypeText, fat::kFat32TypeText,
                        fat::kBootTypeTextLength) == 0;
 }
@@ -134,19 +134,19 @@ TPVolumeFAT::TPVolumeFAT(TPSpeicher* medium, char driveLetter, int base) {
 TPVolumeFAT::MountResult TPVolumeFAT::Mount() {
     const unsigned char* b = sectorBuffer_;
     standard_ = FATStandard;
-    BytesPerSector = fat::Get16(b + fat::kBootBytesPerSector);
+    BytesPerSector = ReadLE16(b + fat::kBootBytesPerSector);
     SectorsPerCluster = b[fat::kBootSectorsPerCluster];
-    ReservedSectors = fat::Get16(b + fat::kBootReservedSectors);
+    ReservedSectors = ReadLE16(b + fat::kBootReservedSectors);
     NumberOfFATs = b[fat::kBootNumberOfFATs];
-    RootEntries = fat::Get16(b + fat::kBootRootEntries);
-    TotalSectors = fat::Get16(b + fat::kBootTotalSectors16);
-    if (TotalSectors == 0) TotalSectors = fat::Get32(b + fat::kBootTotalSectors32);
+    RootEntries = ReadLE16(b + fat::kBootRootEntries);
+    TotalSectors = ReadLE16(b + fat::kBootTotalSectors16);
+    if (TotalSectors == 0) TotalSectors = ReadLE32(b + fat::kBootTotalSectors32);
     MediaDescriptor = b[fat::kBootMedia];
-    SectorsPerFAT = fat::Get16(b + fat::kBootSectorsPerFAT);
-    if (SectorsPerFAT == 0) SectorsPerFAT = fat::Get16(b + fat::kBootSectorsPerFAT32Low);
-    SectorsPerTrack = fat::Get16(b + fat::kBootSectorsPerTrack);
-    Heads = fat::Get16(b + fat::kBootHeads);
-    HiddenSectors = fat::Get16(b + fat::kBootHiddenSectors);
+    SectorsPerFAT = ReadLE16(b + fat::kBootSectorsPerFAT);
+    if (SectorsPerFAT == 0) SectorsPerFAT = ReadLE16(b + fat::kBootSectorsPerFAT32Low);
+    SectorsPerTrack = ReadLE16(b + fat::kBootSectorsPerTrack);
+    Heads = ReadLE16(b + fat::kBootHeads);
+    HiddenSectors = ReadLE16(b + fat::kBootHiddenSectors);
 
     const std::string where = std::string("FAT-Volume ") + DriveLetter + ": ";
     const MountResult geometry = CheckGeometry(b, where);
@@ -267,7 +267,7 @@ void TPVolumeFAT::SetCluster(int n, int value) {
     if (wide && standard_) {
         const std::int64_t at = 2 * std::int64_t{n};
         if (at + 1 >= FATSize) return;
-        fat::Put16(FATBuffer + at, static_cast<std::uint32_t>(value));
+        WriteLE16(FATBuffer + at, static_cast<std::uint32_t>(value));
         MarkDirty(at);  // an even offset: both bytes lie in one sector
         if (value == 0) freeHint_ = std::max(fat::kFirstDataCluster, std::min(freeHint_, n));
         return;

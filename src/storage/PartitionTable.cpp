@@ -3,21 +3,20 @@
 
 #include <tnpackage/storage/FatGlobals.h>
 
+#include "storage/FatLayout.h"
+#include "util/LittleEndian.h"
+
 namespace tn {
 
 namespace {
 
-constexpr std::size_t kSignatureOffset = 510;
 constexpr std::uint8_t kActive = 0x80;
-
-std::uint16_t Word(const std::uint8_t* p) {
-    return static_cast<std::uint16_t>(p[0] | p[1] << 8);
-}
-
-std::uint32_t Long(const std::uint8_t* p) {
-    return static_cast<std::uint32_t>(p[0]) | static_cast<std::uint32_t>(p[1]) << 8 |
-           static_cast<std::uint32_t>(p[2]) << 16 | static_cast<std::uint32_t>(p[3]) << 24;
-}
+// Fields of one table slot.
+constexpr int kSlotBootFlag = 0;
+constexpr int kSlotType = 4;
+constexpr int kSlotFirstLba = 8;
+constexpr int kSlotSectorCount = 12;
+static_assert(kSlotSectorCount + 4 == PartitionTable::kEntrySize);
 
 bool IsPowerOfTwo(unsigned v) {
     return v != 0 && (v & (v - 1)) == 0;
@@ -26,24 +25,24 @@ bool IsPowerOfTwo(unsigned v) {
 // Boot loaders of partitioned disks may start with the same jump (GRUB does), but their
 // parameter block is empty; a formatted volume has sane geometry there.
 bool HasPlausibleGeometry(const std::uint8_t* s) {
-    const unsigned bytesPerSector = Word(s + 11);
-    const unsigned sectorsPerCluster = s[13];
-    const unsigned reserved = Word(s + 14);
-    const unsigned fats = s[16];
+    const unsigned bytesPerSector = ReadLE16(s + fat::kBootBytesPerSector);
+    const unsigned sectorsPerCluster = s[fat::kBootSectorsPerCluster];
+    const unsigned reserved = ReadLE16(s + fat::kBootReservedSectors);
+    const unsigned fats = s[fat::kBootNumberOfFATs];
     return bytesPerSector >= 128 && bytesPerSector <= 4096 && IsPowerOfTwo(bytesPerSector) &&
            IsPowerOfTwo(sectorsPerCluster) && reserved >= 1 && fats >= 1;
 }
 
 bool HasSignature(const std::uint8_t* s) {
-    return Word(s + kSignatureOffset) == 0xAA55;
+    return ReadLE16(s + fat::kBootSignature) == fat::kSignature;
 }
 
 PartitionTable::Entry ReadEntry(const std::uint8_t* e) {
     PartitionTable::Entry entry;
-    entry.bootFlag = e[0];
-    entry.type = e[4];
-    entry.firstLba = Long(e + 8);
-    entry.sectorCount = Long(e + 12);
+    entry.bootFlag = e[kSlotBootFlag];
+    entry.type = e[kSlotType];
+    entry.firstLba = ReadLE32(e + kSlotFirstLba);
+    entry.sectorCount = ReadLE32(e + kSlotSectorCount);
     return entry;
 }
 

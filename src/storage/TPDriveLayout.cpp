@@ -12,7 +12,9 @@
 
 #include "platform/Platform.h"
 #include "storage/DriveMap.h"
+#include "storage/FatLayout.h"
 #include "storage/SpeicherMessages.h"
+#include "util/LittleEndian.h"
 
 namespace tn {
 
@@ -32,9 +34,6 @@ constexpr int kRewriteOffset = 27;
 
 // Where a master boot record keeps the disk signature.
 constexpr int kDiskSignatureOffset = 440;
-// A FAT boot sector names its type in its parameter block: FAT12/16 here, FAT32 further on.
-constexpr int kFatTypeOffset = 54;
-constexpr int kFat32TypeOffset = 82;
 
 // Partition types as Windows names them.
 constexpr std::uint8_t kFat12 = 0x01;
@@ -66,24 +65,6 @@ bool IsRecognized(std::uint8_t type) {
     return plain || faultTolerant;
 }
 
-void Put32(unsigned char* p, std::uint32_t v) {
-    for (int i = 0; i < 4; ++i)
-        p[i] = static_cast<unsigned char>(v >> (8 * i));
-}
-void Put64(unsigned char* p, std::int64_t v) {
-    const auto u = static_cast<std::uint64_t>(v);
-    for (int i = 0; i < 8; ++i)
-        p[i] = static_cast<unsigned char>(u >> (8 * i));
-}
-std::uint32_t Get32(const unsigned char* p) {
-    return static_cast<std::uint32_t>(p[0]) | static_cast<std::uint32_t>(p[1]) << 8 |
-           static_cast<std::uint32_t>(p[2]) << 16 | static_cast<std::uint32_t>(p[3]) << 24;
-}
-std::int64_t Get64(const unsigned char* p) {
-    return static_cast<std::int64_t>(static_cast<std::uint64_t>(Get32(p)) |
-                                     static_cast<std::uint64_t>(Get32(p + 4)) << 32);
-}
-
 void WarnCannotOpenDevice(const std::string& device) {
     Warning(storage::Owned("CreateFile mit '" + device + "' ist fehlgeschlagen!"));
 }
@@ -96,10 +77,10 @@ void WarnLayoutFailed(const std::string& source, const std::string& reason) {
 
 void PutEntry(unsigned char* e, std::int64_t start, std::int64_t length, std::uint32_t hidden,
               std::uint32_t number, std::uint8_t type, bool boot) {
-    Put64(e + kStartOffset, start);
-    Put64(e + kLengthOffset, length);
-    Put32(e + kHiddenOffset, hidden);
-    Put32(e + kNumberOffset, number);
+    WriteLE64(e + kStartOffset, start);
+    WriteLE64(e + kLengthOffset, length);
+    WriteLE32(e + kHiddenOffset, hidden);
+    WriteLE32(e + kNumberOffset, number);
     e[kTypeOffset] = type;
     e[kBootOffset] = boot ? 1 : 0;
     e[kRecognizedOffset] = IsRecognized(type) ? 1 : 0;
@@ -108,8 +89,14 @@ void PutEntry(unsigned char* e, std::int64_t start, std::int64_t length, std::ui
 
 // The type a volume without partition table is given: what its boot sector calls itself.
 std::uint8_t SuperFloppyType(const unsigned char* sector) {
-    if (std::memcmp(sector + kFat32TypeOffset, "FAT32", 5) == 0) return kFat32Lba;
-    if (std::memcmp(sector + kFatTypeOffset, "FAT12", 5) == 0) return kFat12;
+    // The name decides, not what pads it.
+    constexpr std::size_t kCompared = 5;
+    if (std::memcmp(sector + fat::kBootFat32TypeText, fat::kFat32TypeText, kCompared) == 0) {
+        return kFat32Lba;
+    }
+    if (std::memcmp(sector + fat::kBootTypeText, fat::kFat12TypeText, kCompared) == 0) {
+        return kFat12;
+    }
     return kHuge;
 }
 
@@ -144,12 +131,12 @@ bool FromFirstSector(TPDriveLayout& layout, const unsigned char* sector, std::in
                      counted ? e.type : 0, counted && e.IsActive());
         }
         count = PartitionTable::kEntries;
-        Put32(layout.Buffer + kSignatureOffset, Get32(sector + kDiskSignatureOffset));
+        WriteLE32(layout.Buffer + kSignatureOffset, ReadLE32(sector + kDiskSignatureOffset));
     } else {
         WarnLayoutFailed(source, "kein Master Boot Record");
         return false;
     }
-    Put32(layout.Buffer + kCountOffset, static_cast<std::uint32_t>(count));
+    WriteLE32(layout.Buffer + kCountOffset, static_cast<std::uint32_t>(count));
     layout.Bytes =
         static_cast<std::uint32_t>(TPDriveLayout::kHeaderSize + count * TPDriveLayout::kEntrySize);
     return true;
@@ -223,21 +210,21 @@ int TPDriveLayout::PartitionCount() const {
     if (Bytes < static_cast<std::uint32_t>(kHeaderSize)) return 0;
     const auto returned =
         static_cast<int>((std::min<std::uint32_t>(Bytes, kBufferSize) - kHeaderSize) / kEntrySize);
-    const std::uint32_t count = Get32(Buffer + kCountOffset);
+    const std::uint32_t count = ReadLE32(Buffer + kCountOffset);
     return static_cast<int>(std::min<std::uint32_t>(count, static_cast<std::uint32_t>(returned)));
 }
 
 std::uint32_t TPDriveLayout::Signature() const {
-    return Get32(Buffer + kSignatureOffset);
+    return ReadLE32(Buffer + kSignatureOffset);
 }
 
 bool TPDriveLayout::Partition(int index, Entry& entry) const {
     if (index < 0 || index >= PartitionCount()) return false;
     const unsigned char* e = Buffer + kHeaderSize + index * kEntrySize;
-    entry.StartingOffset = Get64(e + kStartOffset);
-    entry.PartitionLength = Get64(e + kLengthOffset);
-    entry.HiddenSectors = Get32(e + kHiddenOffset);
-    entry.PartitionNumber = Get32(e + kNumberOffset);
+    entry.StartingOffset = ReadLE64(e + kStartOffset);
+    entry.PartitionLength = ReadLE64(e + kLengthOffset);
+    entry.HiddenSectors = ReadLE32(e + kHiddenOffset);
+    entry.PartitionNumber = ReadLE32(e + kNumberOffset);
     entry.PartitionType = e[kTypeOffset];
     entry.BootIndicator = e[kBootOffset] != 0;
     entry.RecognizedPartition = e[kRecognizedOffset] != 0;
@@ -248,7 +235,8 @@ bool TPDriveLayout::Partition(int index, Entry& entry) const {
 TPString TPDriveLayout::Report() const {
     char line[96];
     std::snprintf(line, sizeof line, "Ok %uBytes\nPartCount = %u, Signature = 0x%08X",
-                  static_cast<unsigned>(Bytes), static_cast<unsigned>(Get32(Buffer + kCountOffset)),
+                  static_cast<unsigned>(Bytes),
+                  static_cast<unsigned>(ReadLE32(Buffer + kCountOffset)),
                   static_cast<unsigned>(Signature()));
     std::string text = line;
     Entry e;

@@ -164,6 +164,17 @@ inline std::vector<unsigned char> LoadBytes(const std::filesystem::path& file) {
     return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
 }
 
+/// The first `count` bytes of a file (fewer when it is shorter): a boot sector without reading
+/// a large image whole.
+inline std::vector<unsigned char> LoadPrefix(const std::filesystem::path& file,
+                                             std::size_t count = 512) {
+    std::vector<unsigned char> bytes(count);
+    std::ifstream in(file, std::ios::binary);
+    in.read(reinterpret_cast<char*>(bytes.data()), static_cast<std::streamsize>(count));
+    bytes.resize(static_cast<std::size_t>(in.gcount()));
+    return bytes;
+}
+
 /// Deterministic file content: `size` bytes from a seed.
 inline std::string Pattern(std::size_t size, std::uint32_t seed) {
     std::string s(size, '\0');

@@ -10,7 +10,6 @@
 
 #include "cli/Output.h"
 #include "demo/Demo.h"
-#include "fat/FatFormat.h"
 #include "fat/HostNames.h"
 
 namespace tnpkg {
@@ -45,8 +44,8 @@ void ShowFat() {
     {
         constexpr int kSize = 256 * 1024;
         tn::TPImageSpeicher image("FATDEMO", kSize);
-        const auto geometry = ChooseFatGeometry(kSize);
-        const auto area = FatSystemArea(*geometry, "DEMO", 0x20241123, 0);
+        const auto geometry = tn::ChooseFatGeometry(kSize);
+        const auto area = tn::FatSystemArea(*geometry, "DEMO", 0x20241123, 0);
         std::memset(image.Buffer, 0, kSize);
         std::memcpy(image.Buffer, area.data(), area.size());
         Print(

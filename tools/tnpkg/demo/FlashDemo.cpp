@@ -11,6 +11,7 @@
 #include "cli/Output.h"
 #include "cli/Warnings.h"
 #include "demo/Demo.h"
+#include "util/LittleEndian.h"
 
 namespace tnpkg {
 namespace {
@@ -71,8 +72,8 @@ void ShowFlash() {
         const bool erased =
             flash.SectorErase(static_cast<int>(TFlash::kBase), TFlash::kSectorSize, 0);
         Print("SectorErase(sector 0) = %s; first word now 0x%04X\n", erased ? "true" : "false",
-              static_cast<unsigned>(static_cast<unsigned char>(flash.Buffer[0]) |
-                                    static_cast<unsigned char>(flash.Buffer[1]) << 8));
+              static_cast<unsigned>(
+                  tn::ReadLE16(reinterpret_cast<const std::uint8_t*>(flash.Buffer))));
         PrintCycles(flash.Chips(), FlashChipPair::kLow);
         PrintCycles(flash.Chips(), FlashChipPair::kHigh);
     }

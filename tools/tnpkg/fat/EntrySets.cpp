@@ -11,8 +11,6 @@ struct Slot {
     unsigned char bytes[tn::TPDirEintrag::kEntrySize];
 };
 
-constexpr std::size_t kNameBytes = 11;
-
 // Every slot of `folder` up to and including `until` (root: its fixed area; a subfolder: its
 // cluster chain, no longer than the data area).
 std::vector<Slot> SlotsUpTo(tn::TPVolumeFAT& v, tn::TPDirEintrag* folder, std::int64_t until) {
@@ -47,20 +45,13 @@ std::vector<Slot> SlotsUpTo(tn::TPVolumeFAT& v, tn::TPDirEintrag* folder, std::i
 
 }  // namespace
 
-std::uint8_t ShortNameChecksum(const unsigned char* name) {
-    std::uint8_t sum = 0;
-    for (std::size_t i = 0; i < kNameBytes; ++i)
-        sum = static_cast<std::uint8_t>(((sum & 1) << 7) + (sum >> 1) + name[i]);
-    return sum;
-}
-
 std::vector<std::int64_t> EntrySetAddresses(tn::TPVolumeFAT& v, tn::TPDirEintrag& node) {
     std::vector<std::int64_t> set;
     if (node.EntryAddress == 0 || node.Parent == nullptr) return set;
     const std::int64_t own = static_cast<std::uint32_t>(node.EntryAddress);
     const std::vector<Slot> slots = SlotsUpTo(v, node.Parent, own);
     if (slots.empty() || slots.back().address != own) return set;
-    const std::uint8_t sum = ShortNameChecksum(slots.back().bytes);
+    const std::uint8_t sum = tn::fat::ShortNameChecksum(slots.back().bytes);
     // The pieces stand in reverse order before the short entry: piece 1 right before it, the
     // last piece (marked 0x40) furthest away.
     std::size_t i = slots.size() - 1;

@@ -9,26 +9,21 @@
 #include <cstdint>
 #include <vector>
 
+#include "storage/FatLayout.h"
+
 namespace tnpkg {
 
-/// The first byte of a deleted entry.
-inline constexpr unsigned char kDeletedEntry = 0xE5;
-/// The attribute byte of a long-name piece.
-inline constexpr unsigned char kLongNameAttributes = 0x0F;
-/// The attribute bit of the volume label.
-inline constexpr unsigned char kLabelAttribute = 0x08;
-/// Offsets inside a 32-byte entry.
-inline constexpr int kEntryAttributes = 11;
-inline constexpr int kEntryCaseFlags = 12;
-inline constexpr int kEntryLongChecksum = 13;
-inline constexpr int kEntryTime = 22;
-inline constexpr int kEntryFirstCluster = 26;
-inline constexpr int kEntryFirstClusterHigh = 20;
-static_assert(kEntryFirstCluster + 2 + 4 == tn::TPDirEintrag::kEntrySize,
-              "the size field closes the entry");
-
-/// The long-name checksum of an 11-byte short name.
-std::uint8_t ShortNameChecksum(const unsigned char* name);
+// The entry layout as the library states it, under the names the tool's folder code uses.
+inline constexpr unsigned char kDeletedEntry = tn::fat::kDeleted;
+inline constexpr unsigned char kLongNameAttributes = tn::fat::kAttrLongName;
+inline constexpr unsigned char kLabelAttribute = tn::fat::kAttrVolume;
+inline constexpr int kEntryAttributes = tn::fat::kEntryAttributes;
+inline constexpr int kEntryCaseFlags = tn::fat::kEntryCase;
+inline constexpr int kEntryLongChecksum = tn::fat::kLfnChecksum;
+inline constexpr int kEntryTime = tn::fat::kEntryTime;
+inline constexpr int kEntryFirstCluster = tn::fat::kEntryCluster;
+inline constexpr int kEntryFirstClusterHigh = tn::fat::kEntryClusterHigh;
+static_assert(tn::fat::kEntrySize == tn::TPDirEintrag::kEntrySize);
 
 /// Medium addresses of the node's entry set: the long-name pieces that belong to it (checksum
 /// matched, in the slots right before it) and its short entry last. Empty when the node has no

@@ -10,49 +10,25 @@
 #include <utility>
 
 #include "fat/HostNames.h"
+#include "storage/FatLayout.h"
+#include "util/LittleEndian.h"
 
 namespace tnpkg {
 namespace {
 
 // ---- on-media layout ---------------------------------------------------------------------------
-constexpr int kEntrySize = 32;
-constexpr int kNameLength = 11;
-constexpr int kAttributes = 11;
-constexpr int kLfnChecksum = 13;
-constexpr int kCluster = 26;
-constexpr int kSize = 28;
-static_assert(kSize + 4 == kEntrySize);
-constexpr unsigned char kEndOfFolder = 0x00;
-constexpr unsigned char kDeleted = 0xE5;
+namespace fat = tn::fat;
 constexpr unsigned char kKanjiE5 = 0x05;  // a name that really begins with 0xE5
-constexpr unsigned char kAttrLongName = 0x0F;
-constexpr unsigned char kAttrVolume = 0x08;
-constexpr unsigned char kAttrDirectory = 0x10;
-constexpr unsigned char kLfnLast = 0x40;
-constexpr unsigned char kLfnNumber = 0x3F;
-constexpr int kLfnChars = 13;
-constexpr int kLfnMaxPieces = 20;  // 255 characters
-constexpr std::array<int, kLfnChars> kLfnOffsets = {1, 3, 5, 7, 9, 14, 16, 18, 20, 22, 24, 28, 30};
+constexpr int kLfnMaxPieces =
+    (fat::kMaxLongName + fat::kLfnCharsPerEntry - 1) / fat::kLfnCharsPerEntry;
+static_assert(kLfnMaxPieces == 20);
 constexpr char kDot[] = ".          ";
 constexpr char kDotDot[] = "..         ";
-static_assert(sizeof(kDot) - 1 == kNameLength && sizeof(kDotDot) - 1 == kNameLength);
+static_assert(sizeof(kDot) - 1 == fat::kEntryNameLength &&
+              sizeof(kDotDot) - 1 == fat::kEntryNameLength);
 constexpr int kMaxDepth = tn::TPVolumeFAT::kMaxDepth;
 // Past this many lost chains the rest are summed up in one line.
 constexpr int kLostChainsNamed = 20;
-
-std::uint16_t Get16(const unsigned char* p) {
-    return static_cast<std::uint16_t>(p[0] | (p[1] << 8));
-}
-std::uint32_t Get32(const unsigned char* p) {
-    return Get16(p) | (static_cast<std::uint32_t>(Get16(p + 2)) << 16);
-}
-
-std::uint8_t Checksum(const unsigned char* name) {
-    unsigned s = 0;
-    for (int i = 0; i < kNameLength; ++i)
-        s = ((((s & 1u) << 7) | (s >> 1)) + name[i]) & 0xFFu;
-    return static_cast<std::uint8_t>(s);
-}
 
 std::string Utf16ToUtf8(const std::vector<std::uint16_t>& units) {
     std::string out;
@@ -87,24 +63,24 @@ class LongName {
         broken_ = false;
     }
     void Piece(const unsigned char* e) {
-        const int number = e[0] & kLfnNumber;
-        if ((e[0] & kLfnLast) != 0) {
+        const int number = e[0] & fat::kLfnNumberMask;
+        if ((e[0] & fat::kLfnLast) != 0) {
             Reset();
             if (number < 1 || number > kLfnMaxPieces) {
                 broken_ = true;
                 return;
             }
             pieces_ = number;
-            checksum_ = e[kLfnChecksum];
-            units_.assign(static_cast<std::size_t>(number) * kLfnChars, 0);
-        } else if (pieces_ == 0 || number != next_ || e[kLfnChecksum] != checksum_) {
+            checksum_ = e[fat::kLfnChecksum];
+            units_.assign(static_cast<std::size_t>(number) * fat::kLfnCharsPerEntry, 0);
+        } else if (pieces_ == 0 || number != next_ || e[fat::kLfnChecksum] != checksum_) {
             broken_ = pieces_ != 0 || broken_;
             pieces_ = 0;
             return;
         }
-        for (int i = 0; i < kLfnChars; ++i) {
-            units_[static_cast<std::size_t>((number - 1) * kLfnChars + i)] =
-                Get16(e + kLfnOffsets[static_cast<std::size_t>(i)]);
+        for (int i = 0; i < fat::kLfnCharsPerEntry; ++i) {
+            units_[static_cast<std::size_t>((number - 1) * fat::kLfnCharsPerEntry + i)] =
+                tn::ReadLE16(e + fat::kLfnCharOffsets[static_cast<std::size_t>(i)]);
         }
         next_ = number - 1;
     }
@@ -123,13 +99,17 @@ class LongName {
 
 // One entry of a folder as found on the medium.
 struct Entry {
-    std::array<unsigned char, kEntrySize> raw{};
+    std::array<unsigned char, fat::kEntrySize> raw{};
     std::string name;  // the long name when it belongs to the entry, else the 8.3 name
     bool folder = false;
     std::uint32_t first = 0;
     std::uint32_t size = 0;
-    bool IsDot() const { return std::equal(raw.begin(), raw.begin() + kNameLength, kDot); }
-    bool IsDotDot() const { return std::equal(raw.begin(), raw.begin() + kNameLength, kDotDot); }
+    bool IsDot() const {
+        return std::equal(raw.begin(), raw.begin() + fat::kEntryNameLength, kDot);
+    }
+    bool IsDotDot() const {
+        return std::equal(raw.begin(), raw.begin() + fat::kEntryNameLength, kDotDot);
+    }
 };
 
 class Checker {
@@ -143,7 +123,7 @@ class Checker {
     std::vector<CheckProblem> Run() {
         ReadFats();
         std::vector<std::int64_t> rootSectors;
-        const std::int64_t rootBytes = std::int64_t{kEntrySize} * v_.RootEntries;
+        const std::int64_t rootBytes = std::int64_t{fat::kEntrySize} * v_.RootEntries;
         for (std::int64_t i = 0; i < rootBytes; i += v_.BytesPerSector)
             rootSectors.push_back(std::int64_t{v_.RootAddress} + i);
         WalkFolder(rootSectors, rootBytes, "", 0, 0, true, 0);
@@ -186,7 +166,7 @@ class Checker {
         std::vector<std::uint32_t> values(owner_.size(), 0);
         for (std::size_t n = 0; n < values.size(); ++n) {
             if (bits_ == 16) {
-                if (2 * n + 1 < f.size()) values[n] = Get16(&f[2 * n]);
+                if (2 * n + 1 < f.size()) values[n] = tn::ReadLE16(&f[2 * n]);
                 continue;
             }
             const std::size_t k = 3 * (n / 2);
@@ -336,21 +316,21 @@ class Checker {
         for (std::int64_t address : sectors) {
             v_.ReadSector(address, sector.data());
             for (int off = 0; off < v_.BytesPerSector && offset < bytes;
-                 off += kEntrySize, offset += kEntrySize) {
+                 off += fat::kEntrySize, offset += fat::kEntrySize) {
                 const unsigned char* e = sector.data() + off;
-                if (e[0] == kEndOfFolder) return entries;
-                if (e[0] == kDeleted) {
+                if (e[0] == fat::kEndOfDirectory) return entries;
+                if (e[0] == fat::kDeleted) {
                     lfn.Reset();
                     continue;
                 }
-                if (e[kAttributes] == kAttrLongName) {
+                if (e[fat::kEntryAttributes] == fat::kAttrLongName) {
                     lfn.Piece(e);
                     continue;
                 }
                 Entry entry;
-                std::copy(e, e + kEntrySize, entry.raw.begin());
+                std::copy(e, e + fat::kEntrySize, entry.raw.begin());
                 entry.name = ShortText(e);
-                if (lfn.Complete() && lfn.Sum() == Checksum(e)) {
+                if (lfn.Complete() && lfn.Sum() == fat::ShortNameChecksum(e)) {
                     entry.name = lfn.Text();
                 } else if (lfn.Pending()) {
                     const std::string path = Join(folder, entry.name);
@@ -360,11 +340,12 @@ class Checker {
                                "the 8.3 name instead, and the long name is lost");
                 }
                 lfn.Reset();
-                if ((e[kAttributes] & kAttrVolume) != 0 && (e[kAttributes] & kAttrDirectory) == 0)
+                if ((e[fat::kEntryAttributes] & fat::kAttrVolume) != 0 &&
+                    (e[fat::kEntryAttributes] & fat::kAttrDirectory) == 0)
                     continue;
-                entry.folder = (e[kAttributes] & kAttrDirectory) != 0;
-                entry.first = Get16(e + kCluster);
-                entry.size = Get32(e + kSize);
+                entry.folder = (e[fat::kEntryAttributes] & fat::kAttrDirectory) != 0;
+                entry.first = tn::ReadLE16(e + fat::kEntryCluster);
+                entry.size = tn::ReadLE32(e + fat::kEntrySizeField);
                 entries.push_back(entry);
             }
         }

@@ -9,6 +9,7 @@
 #include "fat/EntrySets.h"
 #include "fat/FatCommand.h"
 #include "fat/HostNames.h"
+#include "util/LittleEndian.h"
 
 namespace tnpkg {
 namespace {
@@ -139,11 +140,6 @@ std::string CheckMove(FatRequest& r, MountedImage& w, tn::TPDirEintrag& source,
     return {};
 }
 
-void Put16(unsigned char* p, std::uint32_t v) {
-    p[0] = static_cast<unsigned char>(v);
-    p[1] = static_cast<unsigned char>(v >> 8);
-}
-
 // The package gives every new entry a cluster of its own, which the moved entry gives back at
 // once. On a full volume there is none to give, so one is lent for that moment: the moved
 // entry's own first cluster (or the first allocated one) is marked free, taken by the new
@@ -182,7 +178,7 @@ class LentCluster {
 // new, everything else (attributes, dates, first cluster, size) is the old entry's.
 tn::TPDirEintrag* WriteEntrySet(tn::TPVolumeFAT& v, tn::TPDirEintrag* folder,
                                 const std::string& name, const unsigned char* old) {
-    const std::int32_t oldFirst = old[kEntryFirstCluster] | old[kEntryFirstCluster + 1] << 8;
+    const std::int32_t oldFirst = tn::ReadLE16(old + kEntryFirstCluster);
     LentCluster lent(v, oldFirst);
     std::string text = name;
     auto* node =
@@ -216,8 +212,8 @@ void Reparent(tn::TPVolumeFAT& v, std::int32_t firstCluster, tn::TPDirEintrag* p
     const unsigned char* e = sector + (dotdot - start);
     if (e[0] != '.' || e[1] != '.') return;
     unsigned char cluster[2];
-    Put16(cluster,
-          parent->Parent == nullptr ? 0 : static_cast<std::uint32_t>(parent->FirstCluster));
+    tn::WriteLE16(cluster,
+                  parent->Parent == nullptr ? 0 : static_cast<std::uint32_t>(parent->FirstCluster));
     v.Write(static_cast<int>(dotdot + kEntryFirstCluster), reinterpret_cast<char*>(cluster), 2);
     char high[2] = {0, 0};
     v.Write(static_cast<int>(dotdot + kEntryFirstClusterHigh), high, 2);

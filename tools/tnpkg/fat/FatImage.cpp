@@ -11,6 +11,7 @@
 #include "cli/Output.h"
 #include "cli/Warnings.h"
 #include "fat/HostNames.h"
+#include "storage/FatLayout.h"
 #include "store/OverlayMedium.h"
 
 namespace tnpkg {
@@ -20,8 +21,6 @@ namespace fs = std::filesystem;
 using tn::PartitionTable;
 
 constexpr std::size_t kSector = 512;
-constexpr std::size_t kBootLabel = 43;
-constexpr std::size_t kExtendedSignature = 38;
 
 bool ReadAt(const fs::path& path, std::int64_t offset, unsigned char* bytes, std::size_t n) {
     std::ifstream in(path, std::ios::binary);
@@ -157,8 +156,10 @@ bool LocateVolume(const fs::path& image, const VolumeChoice& choice, VolumeLocat
         problem = "the volume at " + where.Describe() + " lies beyond the end of " + name;
         return false;
     }
-    if (boot[kExtendedSignature] == 0x29) {
-        where.bootLabel = TrimRight(std::string(reinterpret_cast<char*>(boot + kBootLabel), 11));
+    if (boot[tn::fat::kBootExtendedSignature] == tn::fat::kExtendedSignature) {
+        where.bootLabel =
+            TrimRight(std::string(reinterpret_cast<char*>(boot + tn::fat::kBootVolumeLabel),
+                                  tn::fat::kBootVolumeLabelLength));
     }
     if (!tn::IsFATSector(boot)) {
         problem = "no FAT boot sector at " + where.Describe() + " of " + name;
@@ -351,9 +352,14 @@ std::string NodePath(const tn::TPDirEintrag& node) {
 }
 
 std::string DateText(std::uint32_t v) {
+    tn::TPDateTime when;
+    when.SetFileDate(v);
+    unsigned short year = 0, month = 0, day = 0, hour = 0, minute = 0;
+    when.DecodeDate(&day, &month, &year);
+    when.DecodeTime(&hour, &minute, nullptr, nullptr);
     char text[32];
-    std::snprintf(text, sizeof text, "%04u-%02u-%02u %02u:%02u", 1980 + (v >> 25), (v >> 21) & 0x0F,
-                  (v >> 16) & 0x1F, (v >> 11) & 0x1F, (v >> 5) & 0x3F);
+    std::snprintf(text, sizeof text, "%04u-%02u-%02u %02u:%02u", unsigned{year}, unsigned{month},
+                  unsigned{day}, unsigned{hour}, unsigned{minute});
     return text;
 }
 

@@ -9,21 +9,18 @@
 #include "cli/Warnings.h"
 #include "fat/EntrySets.h"
 #include "fat/FatCommand.h"
-#include "fat/FatFormat.h"
 #include "fat/HostNames.h"
+#include "storage/FatLayout.h"
+#include "util/LittleEndian.h"
 
 namespace tnpkg {
 namespace {
 
-constexpr std::size_t kLabelBytes = 11;
-constexpr std::int64_t kBootExtendedSignature = 38;
-constexpr std::int64_t kBootLabel = 43;
-constexpr unsigned char kExtendedSignature = 0x29;
+constexpr std::size_t kLabelBytes = tn::fat::kBootVolumeLabelLength;
+constexpr std::int64_t kBootExtendedSignature = tn::fat::kBootExtendedSignature;
+constexpr std::int64_t kBootLabel = tn::fat::kBootVolumeLabel;
 // What the boot sector holds when the volume has no label.
-constexpr const char* kNoName = "NO NAME    ";
-static_assert(std::char_traits<char>::length(kNoName) == kLabelBytes);
-static_assert(kBootLabel + static_cast<std::int64_t>(kLabelBytes) <= 54,
-              "the label field ends where the file system type begins");
+constexpr const char* kNoName = tn::fat::kNoNameLabel;
 
 tn::TPDirEintrag* LabelEntry(MountedImage& m) {
     auto* root = m.Volume().Root;
@@ -37,18 +34,13 @@ tn::TPDirEintrag* LabelEntry(MountedImage& m) {
 bool HasBootLabel(MountedImage& m) {
     unsigned char signature = 0;
     return m.Session()->Changes().Read(m.Where().base + kBootExtendedSignature, &signature, 1) &&
-           signature == kExtendedSignature;
+           signature == tn::fat::kExtendedSignature;
 }
 
 std::string BootLabel(MountedImage& m) {
     char field[kLabelBytes] = {};
     if (!m.Session()->Changes().Read(m.Where().base + kBootLabel, field, kLabelBytes)) return {};
     return std::string(field, kLabelBytes);
-}
-
-void Put16(unsigned char* p, std::uint32_t v) {
-    p[0] = static_cast<unsigned char>(v);
-    p[1] = static_cast<unsigned char>(v >> 8);
 }
 
 // The root's label entry: renamed in place, written into a free slot, or deleted (`label`
@@ -74,8 +66,7 @@ bool WriteLabelEntry(MountedImage& w, const std::string& padded, bool clear) {
     std::memcpy(entry, padded.data(), kLabelBytes);
     entry[kEntryAttributes] = kLabelAttribute;
     const std::uint32_t now = tn::TPDateTime(0, tn::PDateTimeFlag::DateTime).FileDate();
-    Put16(entry + kEntryTime, now & 0xFFFF);
-    Put16(entry + kEntryTime + 2, now >> 16);
+    tn::WriteLE32(entry + kEntryTime, now);
     v.Write(static_cast<int>(slot), reinterpret_cast<char*>(entry), tn::TPDirEintrag::kEntrySize);
     return true;
 }
@@ -126,7 +117,7 @@ int FatLabel(FatRequest& r) {
     if (!r.operands.empty() && clear) return FatUsage("give either a NAME or --clear");
     bool lossy = false;
     std::string label = clear ? std::string() : FromUtf8(r.operands[0], lossy, '\x7F');
-    const std::string problem = CheckVolumeLabel(label);
+    const std::string problem = tn::CheckVolumeLabel(label);
     if (!problem.empty()) return FatUsage(problem);
     if (!clear && label.empty()) return FatUsage("an empty label: --clear removes the label");
     return Set(r, label, clear);

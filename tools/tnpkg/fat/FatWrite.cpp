@@ -18,7 +18,6 @@
 #include "cli/Warnings.h"
 #include "fat/EntrySets.h"
 #include "fat/FatCommand.h"
-#include "fat/FatFormat.h"
 #include "fat/HostNames.h"
 #include "store/ImageSession.h"
 
@@ -396,12 +395,7 @@ bool WriteSystemArea(const std::shared_ptr<store::ImageSession>& session,
 }
 
 std::uint32_t FatNow() {
-    const std::time_t now = std::time(nullptr);
-    const std::tm* t = std::localtime(&now);
-    if (t == nullptr || t->tm_year < 80) return 0;
-    return static_cast<std::uint32_t>((t->tm_year - 80) << 25 | (t->tm_mon + 1) << 21 |
-                                      t->tm_mday << 16 | t->tm_hour << 11 | t->tm_min << 5 |
-                                      t->tm_sec / 2);
+    return tn::TPDateTime(0, tn::PDateTimeFlag::DateTime).FileDate();
 }
 
 }  // namespace
@@ -493,9 +487,9 @@ int FatFormat(FatRequest& r) {
     }
     bool lossy = false;
     std::string label = FromUtf8(r.args.Option("--label").value_or(""), lossy, '\x7F');
-    const std::string labelProblem = CheckVolumeLabel(label);
+    const std::string labelProblem = tn::CheckVolumeLabel(label);
     if (!labelProblem.empty()) return FatUsage(labelProblem);
-    FormatChoice choice;
+    tn::FatFormatChoice choice;
     if (const auto fat = r.args.Option("--fat")) {
         if (*fat != "12" && *fat != "16") return FatUsage("--fat takes 12 or 16");
         choice.fatBits = *fat == "12" ? 12 : 16;
@@ -508,7 +502,7 @@ int FatFormat(FatRequest& r) {
         choice.clusterBytes = static_cast<std::uint32_t>(clusterBytes);
     }
     std::string reason;
-    const auto geometry = ChooseFatGeometry(bytes, choice, reason);
+    const auto geometry = tn::ChooseFatGeometry(bytes, choice, reason);
     if (!geometry) return FatFail(reason);
     const fs::path image(r.image);
     std::error_code ec;
@@ -517,7 +511,7 @@ int FatFormat(FatRequest& r) {
     }
     const auto now = FatNow();
     const auto serial = static_cast<std::uint32_t>(std::time(nullptr)) * 2654435761u;
-    const auto area = FatSystemArea(*geometry, label, serial, now);
+    const auto area = tn::FatSystemArea(*geometry, label, serial, now);
     if (!image.parent_path().empty()) fs::create_directories(image.parent_path(), ec);
     const auto options = store::SessionOptions::For(true, r.args.Flag("--no-journal"), true);
     std::string problem;

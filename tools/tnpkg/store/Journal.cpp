@@ -5,6 +5,7 @@
 #include <system_error>
 
 #include "store/TestHooks.h"
+#include "util/LittleEndian.h"
 
 namespace tnpkg::store {
 namespace {
@@ -12,41 +13,17 @@ namespace {
 namespace fs = std::filesystem;
 using namespace journal;
 
-void Put32(unsigned char* at, std::uint32_t value) {
-    for (int i = 0; i < 4; ++i)
-        at[i] = static_cast<unsigned char>(value >> (8 * i));
-}
-
-void Put64(unsigned char* at, std::uint64_t value) {
-    for (int i = 0; i < 8; ++i)
-        at[i] = static_cast<unsigned char>(value >> (8 * i));
-}
-
-std::uint32_t Get32(const unsigned char* at) {
-    std::uint32_t value = 0;
-    for (int i = 3; i >= 0; --i)
-        value = value << 8 | at[i];
-    return value;
-}
-
-std::uint64_t Get64(const unsigned char* at) {
-    std::uint64_t value = 0;
-    for (int i = 7; i >= 0; --i)
-        value = value << 8 | at[i];
-    return value;
-}
-
 std::vector<unsigned char> HeaderAndList(const JournalContent& c) {
     std::vector<unsigned char> bytes(kHeaderSize + c.pages.size() * kEntrySize, 0);
     std::memcpy(bytes.data() + kMagicAt, kMagic, sizeof kMagic);
-    Put32(&bytes[kVersionAt], kVersion);
-    Put32(&bytes[kPageSizeAt], static_cast<std::uint32_t>(kPageSize));
-    Put64(&bytes[kOldLengthAt], static_cast<std::uint64_t>(c.oldLength));
-    Put64(&bytes[kNewLengthAt], static_cast<std::uint64_t>(c.newLength));
-    Put32(&bytes[kFlagsAt], c.createdImage ? kCreatedImage : 0);
-    Put32(&bytes[kCountAt], static_cast<std::uint32_t>(c.pages.size()));
+    tn::WriteLE32(&bytes[kVersionAt], kVersion);
+    tn::WriteLE32(&bytes[kPageSizeAt], static_cast<std::uint32_t>(kPageSize));
+    tn::WriteLE64(&bytes[kOldLengthAt], static_cast<std::uint64_t>(c.oldLength));
+    tn::WriteLE64(&bytes[kNewLengthAt], static_cast<std::uint64_t>(c.newLength));
+    tn::WriteLE32(&bytes[kFlagsAt], c.createdImage ? kCreatedImage : 0);
+    tn::WriteLE32(&bytes[kCountAt], static_cast<std::uint32_t>(c.pages.size()));
     for (std::size_t i = 0; i < c.pages.size(); ++i)
-        Put64(&bytes[kHeaderSize + i * kEntrySize], static_cast<std::uint64_t>(c.pages[i]));
+        tn::WriteLE64(&bytes[kHeaderSize + i * kEntrySize], static_cast<std::uint64_t>(c.pages[i]));
     return bytes;
 }
 
@@ -63,7 +40,7 @@ bool WriteAll(os::File& file, const JournalContent& c) {
         CrashPoint(CrashHook::InJournal, static_cast<long>(i + 1));
     }
     unsigned char trailer[kTrailerSize];
-    Put32(trailer, crc);
+    tn::WriteLE32(trailer, crc);
     return file.WriteAt(at, trailer, sizeof trailer);
 }
 
@@ -101,25 +78,26 @@ bool WriteJournal(const fs::path& path, const JournalContent& content, std::stri
 JournalState ParseJournal(const unsigned char* bytes, std::size_t length, JournalContent& content) {
     if (bytes == nullptr || length < kHeaderSize + kTrailerSize ||
         std::memcmp(bytes + kMagicAt, kMagic, sizeof kMagic) != 0 ||
-        Get32(bytes + kVersionAt) != kVersion || Get32(bytes + kPageSizeAt) != kPageSize) {
+        tn::ReadLE32(bytes + kVersionAt) != kVersion ||
+        tn::ReadLE32(bytes + kPageSizeAt) != kPageSize) {
         return JournalState::Incomplete;
     }
     // The count is checked against the real length before anything is allocated.
-    const std::uint64_t count = Get32(bytes + kCountAt);
+    const std::uint64_t count = tn::ReadLE32(bytes + kCountAt);
     const std::uint64_t expected = kHeaderSize + count * (kEntrySize + kPageSize) + kTrailerSize;
     if (static_cast<std::uint64_t>(length) != expected) return JournalState::Incomplete;
     const std::size_t checked = length - kTrailerSize;
-    if (Crc32(0, bytes, checked) != Get32(bytes + checked)) return JournalState::Incomplete;
+    if (Crc32(0, bytes, checked) != tn::ReadLE32(bytes + checked)) return JournalState::Incomplete;
 
-    content.oldLength = static_cast<std::int64_t>(Get64(bytes + kOldLengthAt));
-    content.newLength = static_cast<std::int64_t>(Get64(bytes + kNewLengthAt));
-    content.createdImage = (Get32(bytes + kFlagsAt) & kCreatedImage) != 0;
+    content.oldLength = static_cast<std::int64_t>(tn::ReadLE64(bytes + kOldLengthAt));
+    content.newLength = static_cast<std::int64_t>(tn::ReadLE64(bytes + kNewLengthAt));
+    content.createdImage = (tn::ReadLE32(bytes + kFlagsAt) & kCreatedImage) != 0;
     // The length matched, so the count fits the bytes in hand (and a size_t).
     const auto n = static_cast<std::size_t>(count);
     content.pages.resize(n);
     const unsigned char* list = bytes + kHeaderSize;
     for (std::size_t i = 0; i < n; ++i)
-        content.pages[i] = static_cast<std::int64_t>(Get64(list + i * kEntrySize));
+        content.pages[i] = static_cast<std::int64_t>(tn::ReadLE64(list + i * kEntrySize));
     const unsigned char* pages = list + n * kEntrySize;
     content.oldBytes.assign(pages, pages + n * kPageSize);
     if (content.oldLength < 0) return JournalState::Incomplete;
@@ -140,7 +118,7 @@ JournalState ReadJournal(os::File& file, JournalContent& content) {
         return JournalState::Incomplete;
     }
     // Only a journal whose length matches its own count is read whole.
-    const std::uint64_t count = Get32(head + kCountAt);
+    const std::uint64_t count = tn::ReadLE32(head + kCountAt);
     const std::uint64_t expected = kHeaderSize + count * (kEntrySize + kPageSize) + kTrailerSize;
     if (static_cast<std::uint64_t>(length) != expected) return JournalState::Incomplete;
     std::vector<unsigned char> bytes(static_cast<std::size_t>(length));

@@ -1,18 +1,18 @@
-#include "fat/FatFormat.h"
+// The layout mkfs.fat would give a FAT12 or FAT16 volume of a given size, or why there is none.
+#include <tnpackage/storage/FatFormat.h>
 
 #include <algorithm>
-#include <cctype>
-#include <cstring>
 #include <string>
 
-namespace tnpkg {
+#include "storage/FatFormatLayout.h"
+
+namespace tn {
 namespace {
 
-constexpr std::uint32_t kSector = 512;
-constexpr std::uint32_t kFats = 2;
-constexpr std::uint32_t kRootEntries = 512;
-constexpr std::uint32_t kEntryBytes = 32;
-constexpr std::uint32_t kRootSectors = kRootEntries * kEntryBytes / kSector;
+constexpr std::uint32_t kSector = fat::kFormatSector;
+constexpr std::uint32_t kFats = fat::kFormatFats;
+constexpr std::uint32_t kEntryBytes = fat::kEntrySize;
+constexpr std::uint32_t kRootSectors = fat::kFormatRootSectors;
 
 // Root sectors of the layout: mkfs.fat rounds an aligned root up to whole clusters, which
 // only shows with clusters larger than the 512 entries' 16 KiB.
@@ -21,7 +21,6 @@ std::uint32_t RootSectors(std::uint32_t spc, bool align) {
 }
 constexpr std::uint32_t kMaxClusters12 = 4084;
 constexpr std::uint32_t kMaxClusters16 = 65524;
-constexpr std::uint8_t kMedia = 0xF8;
 constexpr std::uint32_t kMaxClusterBytes = 32 * 1024;
 // Below this many sectors mkfs.fat packs the structures tightly; above it, it aligns the data
 // area to whole clusters.
@@ -56,17 +55,8 @@ void TrackGeometry(std::uint64_t bytes, FatGeometry& g) {
     }
 }
 
-void Put16(unsigned char* p, std::uint32_t v) {
-    p[0] = static_cast<unsigned char>(v);
-    p[1] = static_cast<unsigned char>(v >> 8);
-}
-
-void Put32(unsigned char* p, std::uint32_t v) {
-    Put16(p, v & 0xFFFF);
-    Put16(p + 2, v >> 16);
-}
-
-std::string FormatRefusal(std::uint64_t bytes, const FormatChoice& choice, std::uint64_t clusters) {
+std::string FormatRefusal(std::uint64_t bytes, const FatFormatChoice& choice,
+                          std::uint64_t clusters) {
     const std::string size = std::to_string(bytes) + " bytes";
     if (choice.clusterBytes == 0 && choice.fatBits == 0)
         return "no FAT12 or FAT16 layout fits " + size;
@@ -83,18 +73,11 @@ std::string FormatRefusal(std::uint64_t bytes, const FormatChoice& choice, std::
     return "FAT12 needs fewer than 4085 data clusters and FAT16 4085 to 65524; " + gives;
 }
 
-}  // namespace
-
-std::optional<FatGeometry> ChooseFatGeometry(std::uint64_t bytes) {
-    std::string reason;
-    return ChooseFatGeometry(bytes, FormatChoice{}, reason);
-}
-
-std::optional<FatGeometry> ChooseFatGeometry(std::uint64_t bytes, const FormatChoice& choice,
-                                             std::string& reason) {
-    if (bytes < kFormatMinBytes || bytes > kFormatMaxBytes) {
-        reason = "format makes volumes of " + std::to_string(kFormatMinBytes) + " to " +
-                 std::to_string(kFormatMaxBytes) + " bytes";
+std::optional<FatGeometry> Choose(std::uint64_t bytes, const FatFormatChoice& choice,
+                                  std::string& reason) {
+    if (bytes < kFatFormatMinBytes || bytes > kFatFormatMaxBytes) {
+        reason = "format makes volumes of " + std::to_string(kFatFormatMinBytes) + " to " +
+                 std::to_string(kFatFormatMaxBytes) + " bytes";
         return std::nullopt;
     }
     if (choice.clusterBytes != 0 &&
@@ -105,7 +88,7 @@ std::optional<FatGeometry> ChooseFatGeometry(std::uint64_t bytes, const FormatCh
         return std::nullopt;
     }
     if (choice.fatBits != 0 && choice.fatBits != 12 && choice.fatBits != 16) {
-        reason = "--fat takes 12 or 16";
+        reason = "a FAT has 12 or 16 bits";
         return std::nullopt;
     }
     FatGeometry g;
@@ -113,7 +96,7 @@ std::optional<FatGeometry> ChooseFatGeometry(std::uint64_t bytes, const FormatCh
     const auto sectors = static_cast<std::uint32_t>(bytes / kSector);
     g.totalSectors = sectors / g.sectorsPerTrack * g.sectorsPerTrack;
     const bool align = g.totalSectors > kAlignFrom;
-    g.rootEntries = kRootEntries;
+    g.rootEntries = fat::kFormatRootEntries;
 
     // Without a choice the clusters start at 4 sectors, as mkfs.fat's do.
     const std::uint32_t fromSpc = choice.clusterBytes != 0 ? choice.clusterBytes / kSector : 4;
@@ -162,73 +145,20 @@ std::optional<FatGeometry> ChooseFatGeometry(std::uint64_t bytes, const FormatCh
     return std::nullopt;
 }
 
-std::vector<unsigned char> FatSystemArea(const FatGeometry& g, const std::string& label,
-                                         std::uint32_t serial, std::uint32_t fatDateTime) {
-    const std::uint32_t sectors =
-        g.reservedSectors + kFats * g.sectorsPerFat + g.rootEntries * kEntryBytes / kSector;
-    std::vector<unsigned char> area(static_cast<std::size_t>(sectors) * kSector, 0);
-    unsigned char* b = area.data();
-    // Boot sector: a short jump over the parameter block to a stub that hands the boot on.
-    static constexpr unsigned char kJump[3] = {0xEB, 0x3C, 0x90};
-    std::memcpy(b, kJump, 3);
-    std::memcpy(b + 3, "TNPKG1.0", 8);
-    Put16(b + 11, kSector);
-    b[13] = g.sectorsPerCluster;
-    Put16(b + 14, g.reservedSectors);
-    b[16] = kFats;
-    Put16(b + 17, g.rootEntries);
-    Put16(b + 19, g.totalSectors < 0x10000 ? g.totalSectors : 0);
-    b[21] = kMedia;
-    Put16(b + 22, g.sectorsPerFat);
-    Put16(b + 24, g.sectorsPerTrack);
-    Put16(b + 26, g.heads);
-    Put32(b + 28, 0);  // hidden sectors: the volume starts the image
-    Put32(b + 32, g.totalSectors < 0x10000 ? 0 : g.totalSectors);
-    b[36] = 0x80;  // drive number
-    b[38] = 0x29;  // extended boot signature: serial, label and type follow
-    Put32(b + 39, serial);
-    std::string name = label.empty() ? std::string("NO NAME") : label;
-    name.resize(11, ' ');
-    std::memcpy(b + 43, name.data(), 11);
-    std::memcpy(b + 54, g.fatBits == 12 ? "FAT12   " : "FAT16   ", 8);
-    // int 18h (no bootable medium: let the firmware try the next one), then halt for good.
-    static constexpr unsigned char kStub[] = {0xCD, 0x18, 0xF4, 0xEB, 0xFD};
-    std::memcpy(b + 62, kStub, sizeof kStub);
-    b[510] = 0x55;
-    b[511] = 0xAA;
+}  // namespace
 
-    // Both FATs: the media byte in entry 0, end of chain in entry 1, everything else free.
-    for (std::uint32_t f = 0; f < kFats; ++f) {
-        unsigned char* fat = b + (g.reservedSectors + f * g.sectorsPerFat) * kSector;
-        fat[0] = kMedia;
-        fat[1] = 0xFF;
-        fat[2] = 0xFF;
-        if (g.fatBits == 16) fat[3] = 0xFF;
-    }
-    if (!label.empty()) {
-        unsigned char* root = b + (g.reservedSectors + kFats * g.sectorsPerFat) * kSector;
-        std::memcpy(root, name.data(), 11);
-        root[11] = 0x08;
-        Put16(root + 22, fatDateTime & 0xFFFF);
-        Put16(root + 24, fatDateTime >> 16);
-    }
-    return area;
+std::optional<FatGeometry> ChooseFatGeometry(std::uint64_t bytes) {
+    std::string reason;
+    return ChooseFatGeometry(bytes, FatFormatChoice{}, reason);
 }
 
-std::string CheckVolumeLabel(std::string& label) {
-    if (label.size() > 11) return "a volume label has at most 11 characters";
-    for (char& c : label) {
-        const auto u = static_cast<unsigned char>(c);
-        // Short names are in the reader's OEM code page: only ASCII reads the same everywhere.
-        if (u >= 0x7F) return "a volume label holds ASCII characters only";
-        if (u < 0x20 || std::strchr("\"*+,./:;<=>?[\\]|", c) != nullptr) {
-            return std::string("a volume label cannot hold '") +
-                   (u < 0x20 ? std::string("control character") : std::string(1, c)) + "'";
-        }
-        c = static_cast<char>(std::toupper(u));
+std::optional<FatGeometry> ChooseFatGeometry(std::uint64_t bytes, const FatFormatChoice& choice,
+                                             std::string& reason) {
+    try {
+        return Choose(bytes, choice, reason);
+    } catch (...) {
+        return std::nullopt;  // only a failed allocation gets here
     }
-    if (!label.empty() && label[0] == ' ') return "a volume label cannot start with a blank";
-    return {};
 }
 
-}  // namespace tnpkg
+}  // namespace tn
