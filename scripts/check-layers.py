@@ -13,6 +13,8 @@ ORDER = ["platform", "frame", "text", "time", "util", "crc", "persist", "geo", "
 
 # file (relative to the checkout) -> layers above its own that it may include
 ALLOWED = {
+    # The PC's volume labels come from udev in UTF-8 and leave the platform in Windows-1252.
+    "src/platform/PlatformPosixDrives.cpp": {"text"},
     # The frame's globals, messages and language tables are TPString values.
     "include/tnpackage/frame/Globals.h": {"text"},
     "include/tnpackage/frame/Messages.h": {"text"},
