@@ -67,11 +67,17 @@ void LongNameCollector::Piece(const unsigned char* entry) {
 }
 
 std::string LongNameCollector::Take(const unsigned char* shortEntry) {
+    std::string name;
+    Take(shortEntry, name);
+    return name;
+}
+
+void LongNameCollector::Take(const unsigned char* shortEntry, std::string& name) {
+    name.clear();
     const bool complete =
         active_ && expected_ == 0 && ShortNameChecksum(shortEntry + kEntryName) == checksum_;
     active_ = false;
-    if (!complete) return {};
-    std::string name;
+    if (!complete) return;
     const int total = pieces_ * kLfnCharsPerEntry;
     for (int i = 0; i < total && units_[i] != 0; ++i) {
         char32_t code = units_[i];
@@ -84,7 +90,6 @@ std::string LongNameCollector::Take(const unsigned char* shortEntry) {
         if (code == 0 || !cp1252::FromUnicode(code, byte)) byte = '?';
         name.push_back(static_cast<char>(byte));
     }
-    return name;
 }
 
 bool IsUpperShortName(const std::string& name) {

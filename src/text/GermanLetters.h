@@ -43,6 +43,17 @@ inline const Letter* FromAnsi(char c) {
     return nullptr;
 }
 
+/// The Windows-1252 byte of `c` read as the OEM code page or as a 7-bit replacement; other
+/// bytes unchanged.
+inline char FromOem(char c) {
+    for (const Letter& l : kLetters) {
+        if (static_cast<unsigned char>(c) == l.oem || c == l.sevenBit) {
+            return static_cast<char>(l.ansi);
+        }
+    }
+    return c;
+}
+
 /// The HTML reference of `c` (letters and degree sign, and mark-up when asked), or null.
 inline const char* HtmlEntity(char c, bool markup) {
     if (const Letter* l = FromAnsi(c)) return l->entity;
