@@ -1,6 +1,7 @@
 #include "fat/FatImage.h"
 
 #include <algorithm>
+#include <charconv>
 #include <cstdio>
 #include <fstream>
 #include <system_error>
@@ -340,10 +341,34 @@ std::string NodePath(const tn::TPDirEintrag& node) {
     return path.empty() ? "/" : path;
 }
 
+namespace {
+
+// At least `width` decimal digits, zeros in front (the fields of a FAT date have at most four).
+void AppendDigits(std::string& out, unsigned value, int width) {
+    char digits[16];
+    const auto end = std::to_chars(digits, digits + sizeof digits, value).ptr;
+    for (auto n = static_cast<int>(end - digits); n < width; ++n)
+        out.push_back('0');
+    out.append(digits, end);
+}
+
+}  // namespace
+
+void AppendDateText(std::string& out, std::uint32_t v) {
+    AppendDigits(out, 1980 + (v >> 25), 4);
+    out.push_back('-');
+    AppendDigits(out, (v >> 21) & 0x0F, 2);
+    out.push_back('-');
+    AppendDigits(out, (v >> 16) & 0x1F, 2);
+    out.push_back(' ');
+    AppendDigits(out, (v >> 11) & 0x1F, 2);
+    out.push_back(':');
+    AppendDigits(out, (v >> 5) & 0x3F, 2);
+}
+
 std::string DateText(std::uint32_t v) {
-    char text[32];
-    std::snprintf(text, sizeof text, "%04u-%02u-%02u %02u:%02u", 1980 + (v >> 25), (v >> 21) & 0x0F,
-                  (v >> 16) & 0x1F, (v >> 11) & 0x1F, (v >> 5) & 0x3F);
+    std::string text;
+    AppendDateText(text, v);
     return text;
 }
 

@@ -176,18 +176,33 @@ void AppendUtf8(std::string& out, char32_t cp) {
     }
 }
 
+namespace {
+
+void AppendCp1252Byte(std::string& out, unsigned char u) {
+    if (u < 0x80) {
+        out.push_back(static_cast<char>(u));
+        return;
+    }
+    // The five undefined bytes keep their value, as the package's own conversion does.
+    const char32_t cp =
+        u < 0xA0 && kHighBlock[u - 0x80] != 0 ? kHighBlock[u - 0x80] : static_cast<char32_t>(u);
+    AppendUtf8(out, cp);
+}
+
+}  // namespace
+
 std::string Cp1252ToUtf8(const std::string& text) {
     std::string out;
     out.reserve(text.size() + text.size() / 4);
-    for (const char c : text) {
-        const auto u = static_cast<unsigned char>(c);
-        // The five undefined bytes keep their value, as the package's own conversion does.
-        const char32_t cp = u >= 0x80 && u < 0xA0 && kHighBlock[u - 0x80] != 0
-                                ? kHighBlock[u - 0x80]
-                                : static_cast<char32_t>(u);
-        AppendUtf8(out, cp);
-    }
+    for (const char c : text)
+        AppendCp1252Byte(out, static_cast<unsigned char>(c));
     return out;
+}
+
+void AppendCp1252AsUtf8(std::string& out, const char* text) {
+    if (text == nullptr) return;
+    for (const char* p = text; *p != '\0'; ++p)
+        AppendCp1252Byte(out, static_cast<unsigned char>(*p));
 }
 
 std::string OemToUtf8(const std::string& oem) {

@@ -41,6 +41,8 @@ class UniqueNames {
 
 /// Windows-1252 text as UTF-8, without building package strings (fast for long listings).
 std::string Cp1252ToUtf8(const std::string& text);
+/// The same appended to `out`, for NUL-terminated text (null appends nothing).
+void AppendCp1252AsUtf8(std::string& out, const char* text);
 
 /// A short name as stored (OEM code page 850, the code page of German DOS and mtools' default)
 /// as UTF-8.
