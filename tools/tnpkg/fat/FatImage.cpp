@@ -1,7 +1,6 @@
 #include "fat/FatImage.h"
 
 #include <algorithm>
-#include <charconv>
 #include <cstdio>
 #include <fstream>
 #include <system_error>
@@ -343,27 +342,30 @@ std::string NodePath(const tn::TPDirEintrag& node) {
 
 namespace {
 
-// At least `width` decimal digits, zeros in front (the fields of a FAT date have at most four).
-void AppendDigits(std::string& out, unsigned value, int width) {
-    char digits[16];
-    const auto end = std::to_chars(digits, digits + sizeof digits, value).ptr;
-    for (auto n = static_cast<int>(end - digits); n < width; ++n)
-        out.push_back('0');
-    out.append(digits, end);
+// `width` decimal digits of `value`, zeros in front; the fields of a FAT date fit theirs.
+char* PutDigits(char* at, unsigned value, int width) {
+    for (int i = width - 1; i >= 0; --i) {
+        at[i] = static_cast<char>('0' + value % 10);
+        value /= 10;
+    }
+    return at + width;
 }
 
 }  // namespace
 
 void AppendDateText(std::string& out, std::uint32_t v) {
-    AppendDigits(out, 1980 + (v >> 25), 4);
-    out.push_back('-');
-    AppendDigits(out, (v >> 21) & 0x0F, 2);
-    out.push_back('-');
-    AppendDigits(out, (v >> 16) & 0x1F, 2);
-    out.push_back(' ');
-    AppendDigits(out, (v >> 11) & 0x1F, 2);
-    out.push_back(':');
-    AppendDigits(out, (v >> 5) & 0x3F, 2);
+    static constexpr std::size_t kLength = sizeof "2024-07-04 13:05" - 1;
+    char text[kLength];
+    char* p = PutDigits(text, 1980 + (v >> 25), 4);
+    *p++ = '-';
+    p = PutDigits(p, (v >> 21) & 0x0F, 2);
+    *p++ = '-';
+    p = PutDigits(p, (v >> 16) & 0x1F, 2);
+    *p++ = ' ';
+    p = PutDigits(p, (v >> 11) & 0x1F, 2);
+    *p++ = ':';
+    p = PutDigits(p, (v >> 5) & 0x3F, 2);
+    out.append(text, static_cast<std::size_t>(p - text));
 }
 
 std::string DateText(std::uint32_t v) {

@@ -201,8 +201,17 @@ std::string Cp1252ToUtf8(const std::string& text) {
 
 void AppendCp1252AsUtf8(std::string& out, const char* text) {
     if (text == nullptr) return;
-    for (const char* p = text; *p != '\0'; ++p)
+    const char* p = text;
+    while (*p != '\0') {
+        // Runs of ASCII, most of a name, go over as they are.
+        const char* run = p;
+        while (*p != '\0' && static_cast<unsigned char>(*p) < 0x80)
+            ++p;
+        out.append(run, static_cast<std::size_t>(p - run));
+        if (*p == '\0') break;
         AppendCp1252Byte(out, static_cast<unsigned char>(*p));
+        ++p;
+    }
 }
 
 std::string OemToUtf8(const std::string& oem) {
