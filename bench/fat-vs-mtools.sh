@@ -10,6 +10,13 @@
 #   - putting one 1 KiB file into a 1 MiB FAT12 image and into a 1 GiB sparse FAT16 image: a
 #     journaled write costs what it changes, so the two times stay within 1.5x of each other and
 #     each within 2x of mcopy on the same image.
+# It starts with one line per speed target: both times, the ratio and the target, where
+#   - listing the 10,000 files (ls -R) takes at most a third of mdir -/'s time, with at most
+#     twice its peak memory (resident set, /usr/bin/time),
+#   - start-up (tnpkg --version, 100 runs in a row) takes no longer than mdir -V's,
+#   - extracting either volume takes at most 1.15x the time tar -x takes to create the same
+#     tree in the same file system (the floor of creating that many files), and no longer than
+#     mcopy -s.
 # Each timing is the best of three runs. Needs mkfs.fat, mtools and python3; builds tnpkg
 # (RelWithDebInfo) in build/bench-fat unless TNPKG names a built one.
 set -euo pipefail
@@ -37,7 +44,30 @@ best() {
     end=$(date +%s.%N)
     best=$(python3 -c "t=$end-$start; b='$best'; print(min(t, float(b)) if b else t)")
   done
-  printf '%.3f' "$best"
+  printf '%.6f' "$best"
+}
+
+# Peak resident memory of a command in KiB.
+peak() {
+  /usr/bin/time -f '%M' -o "$WORK/peak" "$@" >/dev/null 2>&1 || true
+  tail -n 1 "$WORK/peak"
+}
+
+# A command run `n` times in a row, for times too short to measure one at a time.
+repeat() {
+  local n=$1; shift
+  for ((i = 0; i < n; i++)); do "$@"; done
+}
+
+# One target: label, tnpkg value, other value, the other's name, the target as text and as a
+# condition on r = other / tnpkg (for times: how many times faster tnpkg is).
+target() {
+  python3 -c "
+t, o = $2, $3
+r = o / t
+met = $6
+print(f'{\"$1\":<40} tnpkg {t:9.4f}  $4 {o:9.4f}  ratio {r:5.2f}  target $5: ' +
+      ('met' if met else 'MISSED'))"
 }
 
 row() {  # label, tnpkg seconds, mtools seconds
@@ -78,6 +108,28 @@ mkfs.fat -C -F 12 "$WORK/full12.img" 4096 >/dev/null
 mcopy -s -i "$WORK/full12.img" "$WORK/full"/* ::/ >/dev/null 2>&1 || true
 mkfs.fat -C -F 16 "$WORK/big16.img" 65536 >/dev/null
 mcopy -s -i "$WORK/big16.img" "$WORK/tree10k"/* ::/
+
+echo "Targets (times in seconds, memory in KiB; ratio = other / tnpkg)"
+for image in big16 full12; do
+  t=$(best "rm -rf '$WORK/out'" "$TNPKG" fat get "$WORK/$image.img" / --to "$WORK/out" --quiet)
+  rm -f "$WORK/tree.tar"
+  tar -cf "$WORK/tree.tar" -C "$WORK/out" .
+  x=$(best "rm -rf '$WORK/tarout'; mkdir '$WORK/tarout'" tar -xf "$WORK/tree.tar" -C "$WORK/tarout")
+  m=$(best "rm -rf '$WORK/out'; mkdir '$WORK/out'" mcopy -s -n -i "$WORK/$image.img" '::/*' "$WORK/out")
+  target "get $image / tar -x" "$t" "$x" "tar -x" ">= 0.87 (1.15x)" "r >= 1 / 1.15"
+  target "get $image / mcopy -s" "$t" "$m" "mcopy" ">= 1" "r >= 1"
+done
+rm -rf "$WORK/out" "$WORK/tarout" "$WORK/tree.tar"
+t=$(best ":" "$TNPKG" fat ls -R "$WORK/big16.img")
+m=$(best ":" mdir -/ -i "$WORK/big16.img" ::/)
+target "ls -R big16 / mdir -/" "$t" "$m" "mdir  " ">= 3" "r >= 3"
+t=$(peak "$TNPKG" fat ls -R "$WORK/big16.img")
+m=$(peak mdir -/ -i "$WORK/big16.img" ::/)
+target "ls -R big16 peak memory / mdir -/" "$t" "$m" "mdir  " ">= 0.5 (2x)" "r >= 0.5"
+t=$(best ":" repeat 100 "$TNPKG" --version)
+m=$(best ":" repeat 100 mdir -V)
+target "start-up x100 (--version / mdir -V)" "$t" "$m" "mdir  " ">= 1" "r >= 1"
+echo
 
 echo "                                               tnpkg      mtools    tnpkg faster"
 for image in full12 big16; do

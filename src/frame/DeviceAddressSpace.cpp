@@ -3,6 +3,7 @@
 #include <tnpackage/frame/DeviceAddressSpace.h>
 
 #include <cstddef>
+#include <cstdint>
 
 namespace tn {
 
@@ -15,6 +16,34 @@ struct Window {
 };
 
 constinit Window windows[DeviceAddressSpace::kMaxWindows] = {};
+
+// The host memory all windows together span, [lowest, end): every string's release asks
+// whether its buffer lies in a window, and nearly all of them lie outside this span, so the
+// answer comes without a walk over the table. Empty (lowest >= end) while nothing is mapped.
+constinit std::uintptr_t lowestHost = 0;
+constinit std::uintptr_t hostEnd = 0;
+
+void RecomputeHostSpan() {
+    lowestHost = 0;
+    hostEnd = 0;
+    for (const Window& w : windows) {
+        if (w.length == 0) continue;
+        const auto start = reinterpret_cast<std::uintptr_t>(w.host);
+        const auto end = start + static_cast<std::uintptr_t>(w.length);
+        if (hostEnd <= lowestHost) {
+            lowestHost = start;
+            hostEnd = end;
+            continue;
+        }
+        if (start < lowestHost) lowestHost = start;
+        if (end > hostEnd) hostEnd = end;
+    }
+}
+
+bool OutsideEveryWindow(const void* host) {
+    const auto p = reinterpret_cast<std::uintptr_t>(host);
+    return p < lowestHost || p >= hostEnd;
+}
 
 bool Overlaps(const Window& w, std::uint64_t base, std::uint64_t length) {
     return w.length != 0 && base < w.deviceBase + w.length && w.deviceBase < base + length;
@@ -41,6 +70,7 @@ bool DeviceAddressSpace::Map(std::uint32_t deviceBase, void* host, std::uint32_t
     }
     if (free == nullptr) return false;
     *free = Window{base, length, static_cast<std::byte*>(host)};
+    RecomputeHostSpan();
     return true;
 }
 
@@ -48,6 +78,7 @@ bool DeviceAddressSpace::Unmap(std::uint32_t deviceBase) {
     for (Window& w : windows) {
         if (w.length != 0 && w.deviceBase == deviceBase) {
             w = Window{};
+            RecomputeHostSpan();
             return true;
         }
     }
@@ -58,11 +89,13 @@ void DeviceAddressSpace::UnmapHost(const void* host) {
     for (Window& w : windows) {
         if (w.length != 0 && w.host == host) w = Window{};
     }
+    RecomputeHostSpan();
 }
 
 void DeviceAddressSpace::Clear() {
     for (Window& w : windows)
         w = Window{};
+    RecomputeHostSpan();
 }
 
 void* DeviceAddressSpace::ToHost(std::uint32_t address, std::uint32_t length) {
@@ -76,6 +109,7 @@ void* DeviceAddressSpace::ToHost(std::uint32_t address, std::uint32_t length) {
 }
 
 std::optional<std::uint32_t> DeviceAddressSpace::ToDevice(const void* host) {
+    if (OutsideEveryWindow(host)) return std::nullopt;
     for (const Window& w : windows) {
         if (HostInside(w, host)) {
             const auto offset =

@@ -17,6 +17,7 @@
 #include "storage/FatLayout.h"
 #include "storage/FatMessages.h"
 #include "storage/FatNames.h"
+#include "text/GermanLetters.h"
 
 namespace tn {
 
@@ -35,17 +36,30 @@ const char* KindLabel(std::uint16_t type) {
     }
 }
 
+// The text as the package reads OEM names (Windows-1252 letters for their OEM and 7-bit forms).
+void OemToAnsi(std::string& text) {
+    for (char& c : text)
+        c = german::FromOem(c);
+}
+
+// Takes `text` into `name` with the one copy a string needs: a volume lists thousands of them.
+void Adopt(TPString& name, const std::string& text) {
+    TPString made = fat::Text(text);
+    name.Swap(made);
+}
+
 // Names as listed: the long name when the medium has one, the short form as the other name.
 void SetNames(TPDirEintrag* node, const char* longName) {
-    const std::string shortName = fat::ShortDisplayName(node->Entry);
+    std::string shortName = fat::ShortDisplayName(node->Entry);
+    OemToAnsi(shortName);
     if (longName != nullptr && *longName != '\0') {
-        node->Name = fat::Text(longName);
-        node->Name2 = fat::Text(shortName);
-        node->Name2.OEM2Ansi();
+        TPString made = TPString::Trusted(longName);
+        node->Name.Swap(made);
+        Adopt(node->Name2, shortName);
     } else {
-        node->Name = fat::Text(shortName);
-        node->Name.OEM2Ansi();
-        node->Name2 = TPString();
+        Adopt(node->Name, shortName);
+        TPString none;
+        node->Name2.Swap(none);
     }
 }
 

@@ -11,16 +11,15 @@ namespace tn::fat {
 
 namespace {
 
-std::string Trimmed(const unsigned char* p, int n) {
+// Length of a space-padded field without its padding.
+int TrimmedLength(const unsigned char* p, int n) {
     while (n > 0 && p[n - 1] == ' ')
         --n;
-    return std::string(reinterpret_cast<const char*>(p), static_cast<std::size_t>(n));
+    return n;
 }
 
-void Lower(std::string& s) {
-    for (char& c : s) {
-        if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
-    }
+char LowerAscii(char c) {
+    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
 }
 
 // Characters an 8.3 name may hold besides upper-case letters and digits.
@@ -35,14 +34,26 @@ bool IsShortChar(char c) {
 }  // namespace
 
 std::string ShortDisplayName(const unsigned char* entry) {
-    unsigned char name[kEntryNameLength];
-    std::memcpy(name, entry + kEntryName, kEntryNameLength);
-    if (name[0] == 0x05) name[0] = kDeleted;  // a name whose first byte really is 0xE5
-    std::string base = Trimmed(name, kEntryBaseLength);
-    std::string ext = Trimmed(name + kEntryBaseLength, kEntryNameLength - kEntryBaseLength);
-    if ((entry[kEntryCase] & kCaseLowerBase) != 0) Lower(base);
-    if ((entry[kEntryCase] & kCaseLowerExtension) != 0) Lower(ext);
-    return ext.empty() ? base : base + "." + ext;
+    // Put together in place: a mount shows one for every entry of the volume.
+    char text[kEntryNameLength + 1];
+    std::size_t n = 0;
+    const unsigned char* name = entry + kEntryName;
+    const bool lowerBase = (entry[kEntryCase] & kCaseLowerBase) != 0;
+    const bool lowerExtension = (entry[kEntryCase] & kCaseLowerExtension) != 0;
+    const int baseLength = TrimmedLength(name, kEntryBaseLength);
+    for (int i = 0; i < baseLength; ++i) {
+        char c = static_cast<char>(name[i]);
+        if (i == 0 && name[0] == 0x05) c = static_cast<char>(kDeleted);  // a real 0xE5 first byte
+        text[n++] = lowerBase ? LowerAscii(c) : c;
+    }
+    const int extensionLength =
+        TrimmedLength(name + kEntryBaseLength, kEntryNameLength - kEntryBaseLength);
+    if (extensionLength > 0) text[n++] = '.';
+    for (int i = 0; i < extensionLength; ++i) {
+        const char c = static_cast<char>(name[kEntryBaseLength + i]);
+        text[n++] = lowerExtension ? LowerAscii(c) : c;
+    }
+    return std::string(text, n);
 }
 
 void LongNameCollector::Piece(const unsigned char* entry) {
@@ -67,24 +78,33 @@ void LongNameCollector::Piece(const unsigned char* entry) {
 }
 
 std::string LongNameCollector::Take(const unsigned char* shortEntry) {
+    std::string name;
+    Take(shortEntry, name);
+    return name;
+}
+
+void LongNameCollector::Take(const unsigned char* shortEntry, std::string& name) {
+    name.clear();
     const bool complete =
         active_ && expected_ == 0 && ShortNameChecksum(shortEntry + kEntryName) == checksum_;
     active_ = false;
-    if (!complete) return {};
-    std::string name;
+    if (!complete) return;
     const int total = pieces_ * kLfnCharsPerEntry;
     for (int i = 0; i < total && units_[i] != 0; ++i) {
         char32_t code = units_[i];
+        if (code < 0x80) {  // most names are ASCII
+            name.push_back(static_cast<char>(code));
+            continue;
+        }
         if (code >= 0xD800 && code <= 0xDBFF && i + 1 < total && units_[i + 1] >= 0xDC00 &&
             units_[i + 1] <= 0xDFFF) {
             ++i;  // a pair outside the basic plane: no Windows-1252 character
             code = 0xFFFF;
         }
         unsigned char byte = '?';
-        if (code == 0 || !cp1252::FromUnicode(code, byte)) byte = '?';
+        if (!cp1252::FromUnicode(code, byte)) byte = '?';
         name.push_back(static_cast<char>(byte));
     }
-    return name;
 }
 
 bool IsUpperShortName(const std::string& name) {

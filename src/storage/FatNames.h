@@ -23,6 +23,8 @@ class LongNameCollector {
     /// The long name (Windows-1252) when a complete set with the short entry's checksum stands
     /// before it; empty otherwise. Resets the collector.
     std::string Take(const unsigned char* shortEntry);
+    /// The same into `name`, whose buffer a listing reuses from entry to entry.
+    void Take(const unsigned char* shortEntry, std::string& name);
 
   private:
     bool active_ = false;

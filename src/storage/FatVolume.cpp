@@ -554,6 +554,7 @@ void TPVolumeFAT::ListDirectory(TPVerzeichnisInfo* dir) {
     std::vector<TPDirEintrag*> dirs;
     std::vector<TPDirEintrag*> others;
     fat::LongNameCollector lfn;
+    std::string longName;
     std::vector<unsigned char> sector(BytesPerSector);
     const std::int64_t rootEnd = std::int64_t{RootAddress} + 32 * std::int64_t{RootEntries};
     bool end = false;
@@ -582,7 +583,7 @@ void TPVolumeFAT::ListDirectory(TPVerzeichnisInfo* dir) {
                 lfn.Reset();
                 continue;
             }
-            std::string longName = lfn.Take(e);
+            lfn.Take(e, longName);
             char* name = longName.empty() ? nullptr : longName.data();
             const int at = static_cast<int>(address);
             const std::uint8_t attr = e[fat::kEntryAttributes];

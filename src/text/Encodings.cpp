@@ -47,7 +47,24 @@ std::string FromUtf8(std::string_view utf8, FromUnicodeFn fromUnicode, char repl
 }  // namespace
 
 std::string Win1252ToUtf8(std::string_view text) {
-    return ToUtf8(text, cp1252::ToUnicode);
+    std::string out;
+    out.reserve(Estimate(text.size()));
+    AppendWin1252AsUtf8(out, text);
+    return out;
+}
+
+void AppendWin1252AsUtf8(std::string& out, std::string_view text) {
+    std::size_t i = 0;
+    while (i < text.size()) {
+        // Runs of ASCII, most of a name, go over as they are.
+        std::size_t ascii = i;
+        while (ascii < text.size() && static_cast<unsigned char>(text[ascii]) < 0x80)
+            ++ascii;
+        out.append(text.data() + i, ascii - i);
+        if (ascii == text.size()) break;
+        AppendUtf8(out, cp1252::ToUnicode(static_cast<unsigned char>(text[ascii])));
+        i = ascii + 1;
+    }
 }
 
 std::string Utf8ToWin1252(std::string_view utf8, char replacement) {

@@ -43,6 +43,28 @@ inline const Letter* FromAnsi(char c) {
     return nullptr;
 }
 
+// Every byte read as the OEM code page or as a 7-bit replacement, in a table: a mount reads
+// every short name of the volume through it.
+struct OemToAnsiTable {
+    char ansi[256];
+};
+inline constexpr OemToAnsiTable kOemToAnsi = [] {
+    OemToAnsiTable table{};
+    for (int c = 0; c < 256; ++c)
+        table.ansi[c] = static_cast<char>(c);
+    for (const Letter& l : kLetters) {
+        table.ansi[l.oem] = static_cast<char>(l.ansi);
+        table.ansi[static_cast<unsigned char>(l.sevenBit)] = static_cast<char>(l.ansi);
+    }
+    return table;
+}();
+
+/// The Windows-1252 byte of `c` read as the OEM code page or as a 7-bit replacement; other
+/// bytes unchanged.
+inline char FromOem(char c) {
+    return kOemToAnsi.ansi[static_cast<unsigned char>(c)];
+}
+
 /// The HTML reference of `c` (letters and degree sign, and mark-up when asked), or null.
 inline const char* HtmlEntity(char c, bool markup) {
     if (const Letter* l = FromAnsi(c)) return l->entity;

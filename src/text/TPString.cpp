@@ -8,6 +8,7 @@
 #include <cstring>
 #include <new>
 #include <string>
+#include <utility>
 
 #include "platform/Platform.h"
 #include "text/StringFault.h"
@@ -107,6 +108,13 @@ void TPString::Delete() {
 
 TPString::~TPString() {
     Delete();
+}
+
+void TPString::Swap(TPString& other) noexcept {
+    std::swap(text_, other.text_);
+    std::swap(size_, other.size_);
+    std::swap(storage_, other.storage_);
+    std::swap(device_, other.device_);
 }
 
 // ---- construction -----------------------------------------------------------------------------

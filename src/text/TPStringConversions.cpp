@@ -24,15 +24,6 @@ char ToOem(char c) {
     return l != nullptr ? static_cast<char>(l->oem) : c;
 }
 
-char FromOem(char c) {
-    for (const german::Letter& l : german::kLetters) {
-        if (static_cast<unsigned char>(c) == l.oem || c == l.sevenBit) {
-            return static_cast<char>(l.ansi);
-        }
-    }
-    return c;
-}
-
 }  // namespace
 
 // Both code-page conversions walk the recorded size, not the length: a borrowed text (size 0)
@@ -45,7 +36,7 @@ TPString TPString::Ansi2OEM() const {
 
 TPString TPString::OEM2Ansi() const {
     for (int i = 0; text_ != nullptr && i < size_; ++i)
-        text_[i] = FromOem(text_[i]);
+        text_[i] = german::FromOem(text_[i]);
     return TPString(*this);
 }
 

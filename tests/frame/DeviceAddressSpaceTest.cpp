@@ -54,3 +54,31 @@ TEST_F(DeviceAddressSpaceTest, HasALimitedNumberOfWindows) {
     }
     EXPECT_FALSE(DeviceAddressSpace::Map(0x100000, flash.data(), 1));
 }
+
+// Pointers between, below and above windows lie outside every one of them, however the
+// windows come and go.
+TEST_F(DeviceAddressSpaceTest, FindsPointersOnlyInsideTheWindowsLeftAfterUnmapping) {
+    std::array<unsigned char, 0x300> block{};
+    unsigned char* low = block.data();
+    unsigned char* gap = block.data() + 0x100;
+    unsigned char* high = block.data() + 0x200;
+    ASSERT_TRUE(DeviceAddressSpace::Map(0x1000, low, 0x100));
+    ASSERT_TRUE(DeviceAddressSpace::Map(0x3000, high, 0x100));
+    EXPECT_EQ(DeviceAddressSpace::ToDevice(low + 0xFF), 0x10FFu);
+    EXPECT_EQ(DeviceAddressSpace::ToDevice(high), 0x3000u);
+    EXPECT_FALSE(DeviceAddressSpace::Contains(gap));
+    EXPECT_FALSE(DeviceAddressSpace::Contains(high + 0x100));
+    EXPECT_FALSE(DeviceAddressSpace::Contains(image.data()));
+
+    ASSERT_TRUE(DeviceAddressSpace::Unmap(0x1000));
+    EXPECT_FALSE(DeviceAddressSpace::Contains(low));
+    EXPECT_EQ(DeviceAddressSpace::ToDevice(high + 0x10), 0x3010u);
+    ASSERT_TRUE(DeviceAddressSpace::Map(0x2000, gap, 0x100));
+    EXPECT_EQ(DeviceAddressSpace::ToDevice(gap + 1), 0x2001u);
+    DeviceAddressSpace::UnmapHost(high);
+    EXPECT_FALSE(DeviceAddressSpace::Contains(high));
+    EXPECT_TRUE(DeviceAddressSpace::Contains(gap));
+    DeviceAddressSpace::Clear();
+    EXPECT_FALSE(DeviceAddressSpace::Contains(gap));
+    EXPECT_EQ(DeviceAddressSpace::WindowCount(), 0);
+}

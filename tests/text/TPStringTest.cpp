@@ -170,3 +170,23 @@ TEST(TPString, TrustedCopiesUpToTheFirstNulAndOwnsItsBuffer) {
     EXPECT_TRUE(TPString::Trusted("").IsEmpty());
     EXPECT_EQ(TPString::Trusted(static_cast<const char*>(nullptr)).c_str(), nullptr);
 }
+
+// Swapping exchanges the texts as they are: an owned buffer stays the same buffer and stays
+// owned, a borrowed literal stays borrowed, and each is released by its new holder only.
+TEST(TPString, SwapExchangesTextsWithoutCopying) {
+    static const char literal[] = "borrowed";
+    TPString owned = TPString::Trusted("owned text");
+    TPString borrowed(literal);
+    const char* ownedText = owned.c_str();
+    owned.Swap(borrowed);
+    EXPECT_EQ(owned.c_str(), literal);
+    EXPECT_EQ(owned.Size(), 0);
+    EXPECT_EQ(borrowed.c_str(), ownedText);
+    EXPECT_EQ(borrowed.Size(), static_cast<int>(sizeof "owned text"));
+    EXPECT_TRUE(borrowed.IsValid());
+
+    TPString empty;
+    empty.Swap(borrowed);
+    EXPECT_EQ(borrowed.c_str(), nullptr);
+    EXPECT_STREQ(empty.c_str(), "owned text");
+}

@@ -19,6 +19,8 @@
 namespace tn {
 
 TN_EXPORT std::string Win1252ToUtf8(std::string_view text);
+/// The same, appended to `out`: a long listing converts name after name into one buffer.
+TN_EXPORT void AppendWin1252AsUtf8(std::string& out, std::string_view text);
 TN_EXPORT std::string Utf8ToWin1252(std::string_view utf8, char replacement = '?');
 
 TN_EXPORT std::string OemToUtf8(std::string_view text);

@@ -51,6 +51,9 @@ class TN_EXPORT TPString {
     explicit operator UnicodeString() const;
 
     // ---- assignment and appending -------------------------------------------------------------
+    /// Exchanges the two strings' texts as they are (owned, borrowed, external or in a device
+    /// window): no copy, no allocation.
+    void Swap(TPString& other) noexcept;
     // Assignment releases the old buffer and always makes an owned copy, even of a literal.
     TPString operator=(const char* s);
     TPString operator=(char* s);

@@ -8,7 +8,14 @@
 namespace tnpkg {
 
 std::string JsonQuote(const std::string& text) {
-    std::string out = "\"";
+    std::string out;
+    AppendJsonQuoted(out, text);
+    return out;
+}
+
+void AppendJsonQuoted(std::string& out, const std::string& text) {
+    static constexpr char kHex[] = "0123456789ABCDEF";
+    out += '"';
     for (const char ch : text) {
         const auto c = static_cast<unsigned char>(ch);
         switch (c) {
@@ -29,15 +36,15 @@ std::string JsonQuote(const std::string& text) {
                 break;
             default:
                 if (c < 0x20) {
-                    char escaped[8];
-                    std::snprintf(escaped, sizeof escaped, "\\u%04X", c);
-                    out += escaped;
+                    out += "\\u00";
+                    out += kHex[c >> 4];
+                    out += kHex[c & 0x0F];
                 } else {
                     out += ch;
                 }
         }
     }
-    return out + "\"";
+    out += '"';
 }
 
 void JsonWriter::BeforeValue() {
@@ -79,7 +86,7 @@ JsonWriter& JsonWriter::EndArray() {
 
 JsonWriter& JsonWriter::Key(const std::string& name) {
     BeforeValue();
-    out_ += JsonQuote(name);
+    AppendJsonQuoted(out_, name);
     out_ += ':';
     afterKey_ = true;
     return *this;
@@ -87,7 +94,7 @@ JsonWriter& JsonWriter::Key(const std::string& name) {
 
 JsonWriter& JsonWriter::Value(const std::string& text) {
     BeforeValue();
-    out_ += JsonQuote(text);
+    AppendJsonQuoted(out_, text);
     return *this;
 }
 
@@ -129,7 +136,14 @@ JsonWriter& JsonWriter::Null() {
 }
 
 void JsonWriter::Print() const {
-    WriteOutput(out_ + "\n");
+    WriteOutput(out_);
+    WriteOutput("\n", 1);
+}
+
+void JsonWriter::PrintSoFar(std::size_t bytes) {
+    if (out_.size() < bytes) return;
+    WriteOutput(out_);
+    out_.clear();
 }
 
 }  // namespace tnpkg

@@ -2,6 +2,7 @@
 // strings given as UTF-8 (convert package text with ToUtf8 first).
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -30,6 +31,9 @@ class JsonWriter {
     const std::string& Text() const { return out_; }
     /// Prints the document and a line end to standard output.
     void Print() const;
+    /// Prints what is written so far once it has grown past `bytes`, and forgets it: a long
+    /// document then never sits in memory whole. Print writes the rest.
+    void PrintSoFar(std::size_t bytes);
 
   private:
     void BeforeValue();
@@ -40,5 +44,7 @@ class JsonWriter {
 
 /// `text` as a JSON string literal, quotes included.
 std::string JsonQuote(const std::string& text);
+/// The same appended to `out`.
+void AppendJsonQuoted(std::string& out, const std::string& text);
 
 }  // namespace tnpkg

@@ -197,75 +197,6 @@ int Info(FatRequest& r) {
     return missing > 0 ? kFailure : kSuccess;
 }
 
-struct Listing {
-    bool longList;
-    bool recursive;
-    JsonWriter* json;  // null for text
-};
-
-void ListLine(const Listing& how, tn::TPDirEintrag& e, const std::string& shown) {
-    const bool folder = e.IsDirectory();
-    if (how.json != nullptr) {
-        JsonWriter& j = *how.json;
-        j.BeginObject();
-        j.Key("name").Value(tn::Win1252ToUtf8(ShownName(e)));
-        j.Key("path").Value(tn::Win1252ToUtf8(NodePath(e)));
-        j.Key("short").Value(ShortName(e));
-        j.Key("type").Value(folder ? "folder" : "file");
-        j.Key("size").Value(NodeSize(e));
-        j.Key("date").Value(DateText(e.FileDate));
-        j.Key("attributes").Value(static_cast<unsigned>(e.Entry[11]));
-        j.EndObject();
-        return;
-    }
-    const std::string size = folder ? "<DIR>" : std::to_string(NodeSize(e));
-    if (how.longList) {
-        Print("%10s  %s  %-12s  %s\n", size.c_str(), DateText(e.FileDate).c_str(),
-              ShortName(e).c_str(), tn::Win1252ToUtf8(shown).c_str());
-    } else {
-        Print("%10s  %s  %s\n", size.c_str(), DateText(e.FileDate).c_str(),
-              tn::Win1252ToUtf8(shown).c_str());
-    }
-}
-
-void ListFolder(const Listing& how, tn::TPDirEintrag* folder, const std::string& prefix) {
-    for (tn::TPDirEintrag* e : Children(folder)) {
-        const std::string shown = prefix + ShownName(*e);
-        ListLine(how, *e, shown);
-        if (how.recursive && e->IsDirectory()) ListFolder(how, e, shown + "/");
-    }
-}
-
-int Ls(FatRequest& r) {
-    const auto mounted = MountRequested(r);
-    if (!mounted) return kFailure;
-    const WarningCapture reading("tnpkg fat: while reading " + r.image);
-    MountedImage& m = *mounted;
-    std::string problem;
-    tn::TPDirEintrag* node = m.Find(r.operands.empty() ? "/" : r.operands[0], problem);
-    if (node == nullptr) return FatFail(problem);
-
-    JsonWriter json;
-    const Listing how{r.args.Flag("-l"), r.args.Flag("-R"),
-                      r.args.Flag("--json") ? &json : nullptr};
-    if (how.json != nullptr) {
-        json.BeginObject();
-        json.Key("path").Value(tn::Win1252ToUtf8(NodePath(*node)));
-        json.Key("entries").BeginArray();
-    }
-    if (node->IsDirectory()) {
-        ListFolder(how, node, "");
-    } else {
-        ListLine(how, *node, ShownName(*node));
-    }
-    if (how.json != nullptr) {
-        json.EndArray();
-        json.EndObject();
-        json.Print();
-    }
-    return kSuccess;
-}
-
 int RunFat(const Args& args) {
     const auto& positional = args.Positional();
     FatRequest r{
@@ -274,7 +205,7 @@ int RunFat(const Args& args) {
     if (!r.choice.Read(r.args, problem)) return FatUsage(problem);
 
     if (r.action == "info") return Info(r);
-    if (r.action == "ls") return Ls(r);
+    if (r.action == "ls") return FatLs(r);
     if (r.action == "get") return FatGet(r);
     if (r.action == "cat") return FatCat(r);
     if (r.action == "put") return FatPut(r);

@@ -19,6 +19,7 @@ struct FatRequest {
     VolumeChoice choice;
 };
 
+int FatLs(FatRequest& r);
 int FatGet(FatRequest& r);
 int FatCat(FatRequest& r);
 int FatPut(FatRequest& r);

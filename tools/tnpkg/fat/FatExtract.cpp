@@ -19,6 +19,9 @@ namespace {
 
 namespace fs = std::filesystem;
 
+// Content is handed to the PC's file in pieces of at most about this size.
+constexpr std::size_t kWritePiece = 1 << 20;
+
 // The PC time of a packed FAT date and time, read as local time as FAT stores it.
 std::optional<fs::file_time_type> HostTime(std::uint32_t v) {
     std::tm t{};
@@ -87,8 +90,8 @@ class Extractor {
     ExtractOptions options_;
     std::uint64_t total_;
     std::uint64_t done_ = 0;
-    bool keepPartial_;
     int failures_ = 0;
+    std::string pending_;  // content not yet written, reused from file to file
 
     void Fail(const std::string& text) {
         ++failures_;
@@ -131,19 +134,36 @@ class Extractor {
         if (!when || ec) FatNote("cannot give " + PathText(target) + " the time of its entry");
     }
 
-    bool WriteFile(tn::TPDirEintrag& node, const fs::path& target) {
-        progress_.Update(++done_, total_, tn::Win1252ToUtf8(ShownName(node)));
+    // Creates the file at `target`; false after saying why not. Nearly every target is new:
+    // the exclusive create tells so without looking at the path first.
+    bool Create(NewHostFile& out, const fs::path& target) {
+        if (!out.Exists()) return true;
         if (!UsableTarget(target, false)) return false;
         std::error_code ec;
         if (!options_.overwrite && fs::exists(fs::symlink_status(target, ec))) {
             Fail(PathText(target) + " exists already; not overwritten (--force replaces it)");
             return false;
         }
-        NewHostFile out(target);
+        out.Replace(target);
+        return true;
+    }
+
+    bool WriteFile(tn::TPDirEintrag& node, const fs::path& target) {
+        progress_.Update(++done_, total_, tn::Win1252ToUtf8(ShownName(node)));
+        NewHostFile out(target, NewHostFile::Existing::Report);
+        if (!Create(out, target)) return false;
+        // A file's clusters are gathered and written at once: most files take one write.
+        pending_.clear();
+        const auto gather = [this, &out](const char* bytes, std::size_t n) {
+            pending_.append(bytes, n);
+            if (pending_.size() < kWritePiece) return true;
+            const bool written = out.Write(pending_.data(), pending_.size());
+            pending_.clear();
+            return written;
+        };
         std::string problem;
-        const StreamResult read = StreamNode(
-            node, [&out](const char* bytes, std::size_t n) { return out.Write(bytes, n); },
-            problem);
+        const StreamResult read = StreamNode(node, gather, problem);
+        out.Write(pending_.data(), pending_.size());
         if (!out.Close()) {
             Fail(PathText(target) + ": " + out.Problem());
             return false;

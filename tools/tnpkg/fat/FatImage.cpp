@@ -351,15 +351,42 @@ std::string NodePath(const tn::TPDirEintrag& node) {
     return path.empty() ? "/" : path;
 }
 
-std::string DateText(std::uint32_t v) {
+namespace {
+
+// `width` decimal digits of `value`, zeros in front; the fields of a FAT date fit theirs.
+char* PutDigits(char* at, unsigned value, int width) {
+    for (int i = width - 1; i >= 0; --i) {
+        at[i] = static_cast<char>('0' + value % 10);
+        value /= 10;
+    }
+    return at + width;
+}
+
+}  // namespace
+
+void AppendDateText(std::string& out, std::uint32_t v) {
+    static constexpr std::size_t kLength = sizeof "2024-07-04 13:05" - 1;
+    char text[kLength];
     tn::TPDateTime when;
     when.SetFileDate(v);
     unsigned short year = 0, month = 0, day = 0, hour = 0, minute = 0;
     when.DecodeDate(&day, &month, &year);
     when.DecodeTime(&hour, &minute, nullptr, nullptr);
-    char text[32];
-    std::snprintf(text, sizeof text, "%04u-%02u-%02u %02u:%02u", unsigned{year}, unsigned{month},
-                  unsigned{day}, unsigned{hour}, unsigned{minute});
+    char* p = PutDigits(text, year, 4);
+    *p++ = '-';
+    p = PutDigits(p, month, 2);
+    *p++ = '-';
+    p = PutDigits(p, day, 2);
+    *p++ = ' ';
+    p = PutDigits(p, hour, 2);
+    *p++ = ':';
+    p = PutDigits(p, minute, 2);
+    out.append(text, static_cast<std::size_t>(p - text));
+}
+
+std::string DateText(std::uint32_t v) {
+    std::string text;
+    AppendDateText(text, v);
     return text;
 }
 

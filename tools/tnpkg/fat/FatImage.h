@@ -115,6 +115,8 @@ bool NameMatches(const tn::TPDirEintrag& node, const std::string& name);
 tn::TPDirEintrag* ChildNamed(tn::TPDirEintrag* folder, const std::string& name);
 /// "2024-07-04 13:05" from the entry's packed date and time.
 std::string DateText(std::uint32_t fatDateTime);
+/// The same appended to `out`.
+void AppendDateText(std::string& out, std::uint32_t fatDateTime);
 /// The size of a file node (0 for folders).
 std::uint32_t NodeSize(const tn::TPDirEintrag& node);
 /// Takes the next piece of a file's content; false stops the reading.

@@ -46,7 +46,22 @@ int CloseFile(int fd) {
 
 }  // namespace
 
-NewHostFile::NewHostFile(const fs::path& path) {
+NewHostFile::NewHostFile(const fs::path& path, Existing existing) {
+    if (existing == Existing::Replace) {
+        Replace(path);
+        return;
+    }
+    fd_ = CreateExclusively(path);
+    if (fd_ >= 0) return;
+    if (errno == EEXIST) {
+        exists_ = true;
+    } else {
+        Fail("cannot create");
+    }
+}
+
+void NewHostFile::Replace(const fs::path& path) {
+    exists_ = false;
     std::error_code ec, removed;
     if (fs::is_regular_file(fs::symlink_status(path, ec))) fs::remove(path, removed);
     if (removed) {

@@ -13,19 +13,27 @@ namespace tnpkg {
 
 class NewHostFile {
   public:
-    explicit NewHostFile(const std::filesystem::path& path);
+    /// What to do when something is at the path already: remove it first (a regular file
+    /// only), or only report it (Exists) and create nothing, for the caller to look first.
+    enum class Existing { Replace, Report };
+    explicit NewHostFile(const std::filesystem::path& path, Existing existing = Existing::Replace);
     ~NewHostFile();
     NewHostFile(const NewHostFile&) = delete;
     NewHostFile& operator=(const NewHostFile&) = delete;
 
     /// Why the file could not be made or written (empty while all is well).
     const std::string& Problem() const { return problem_; }
+    /// Whether the file was not created because something is at the path (Existing::Report).
+    bool Exists() const { return exists_; }
+    /// After Exists: removes the regular file at `path` and creates the new one exclusively.
+    void Replace(const std::filesystem::path& path);
     bool Write(const char* bytes, std::size_t count);
     /// Closes the file; false (with Problem set) when anything failed.
     bool Close();
 
   private:
     int fd_ = -1;
+    bool exists_ = false;
     std::string problem_;
     void Fail(const char* what);
 };
