@@ -15,10 +15,13 @@
 #include <vector>
 
 #include "crc/CrcPath.h"
+#include "crc/CrcTestSupport.h"
 #include "crc/Fold.h"
 #include "crc/FoldConstants.h"
 
 namespace {
+
+using tn::test::MakeCrc;
 
 using Bytes = std::vector<std::uint8_t>;
 using tn::TPCRC;
@@ -47,14 +50,6 @@ std::vector<CrcPath> FoldingPaths() {
             paths.push_back(p);
     }
     return paths;
-}
-
-TPCRC MakeCrc(int width, std::uint32_t polynomial, bool reflected) {
-    const int saved = tn::CRCInsertMode;
-    tn::CRCInsertMode = reflected ? 1 : 0;
-    TPCRC crc(width, polynomial);
-    tn::CRCInsertMode = saved;
-    return crc;
 }
 
 // Calculators of every width and both orders with random settings, and one CCITT for the

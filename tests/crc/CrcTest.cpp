@@ -17,11 +17,14 @@
 #include <tuple>
 #include <vector>
 
+#include "crc/CrcTestSupport.h"
 #include "support/RunTool.h"
 #include "support/Scratch.h"
 #include "support/WarningCapture.h"
 
 namespace {
+
+using tn::test::MakeCrc;
 
 using Bytes = std::vector<std::uint8_t>;
 using tn::TPCRC;
@@ -32,15 +35,6 @@ Bytes RandomBytes(std::mt19937& rng, std::size_t n) {
     for (auto& b : v)
         b = static_cast<std::uint8_t>(rng());
     return v;
-}
-
-// A calculator built under the insert mode of the bit order; the mode is restored.
-TPCRC MakeCrc(int width, std::uint32_t polynomial, bool reflected) {
-    const int saved = tn::CRCInsertMode;
-    tn::CRCInsertMode = reflected ? 1 : 0;
-    TPCRC crc(width, polynomial);
-    tn::CRCInsertMode = saved;
-    return crc;
 }
 
 std::uint64_t ReverseBits(std::uint64_t value, int bits) {
