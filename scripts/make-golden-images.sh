@@ -158,8 +158,8 @@ images=(
 )
 
 mkdir -p "$out"
-for spec in "${images[@]}"; do
-  IFS='|' read -r name options kib filler <<<"$spec"
+for tree in "${images[@]}"; do
+  IFS='|' read -r name options kib filler <<<"$tree"
   image=$work/$name.img
   # shellcheck disable=SC2086  # the options are words
   mkfs.fat -C -i "$volume_id" $options "$image" "$kib" >/dev/null

@@ -18,7 +18,7 @@
 namespace {
 
 using tn::test::GoldenEntry;
-using tn::test::GoldenSpec;
+using tn::test::GoldenTree;
 using tn::test::Pattern;
 
 // The package's tree in the form of a listing: folders and files with size and CRC-32.
@@ -56,36 +56,36 @@ void Put(std::vector<GoldenEntry>& entries, const GoldenEntry& entry) {
     }
 }
 
-int FatTypeOf(const GoldenSpec& spec) {
-    return spec.fatBits == 12 ? 1 : 11;
+int FatTypeOf(const GoldenTree& tree) {
+    return tree.fatBits == 12 ? 1 : 11;
 }
 
 TEST(FatGolden, ListingsAreReadWithTheChecksumZlibUses) {
     EXPECT_EQ(tn::test::Crc32("123456789"), 0xCBF43926u);  // the published check value
     EXPECT_EQ(tn::test::Crc32(""), 0u);
-    for (const GoldenSpec& spec : tn::test::kGoldenTrees) {
-        SCOPED_TRACE(spec.name);
-        const auto listing = tn::test::GoldenListing(spec.name);
+    for (const GoldenTree& tree : tn::test::kGoldenTrees) {
+        SCOPED_TRACE(tree.name);
+        const auto listing = tn::test::GoldenListing(tree.name);
         EXPECT_EQ(listing.size(), 55u);  // the generator's common tree
         EXPECT_EQ(listing, Sorted(listing));
-        EXPECT_FALSE(tn::test::DecodeGolden(spec.name).empty());
+        EXPECT_FALSE(tn::test::DecodeGolden(tree.name).empty());
     }
     EXPECT_TRUE(tn::test::GoldenListing(tn::test::kGoldenEmpty.name).empty());
     EXPECT_TRUE(tn::test::DecodeGolden("no such image").empty());
 }
 
 TEST(FatGolden, EveryTreeListsAndReadsAsMtoolsDid) {
-    for (const GoldenSpec& spec : tn::test::kGoldenTrees) {
-        SCOPED_TRACE(spec.name);
-        const auto image = tn::test::GoldenImage(spec.name);
+    for (const GoldenTree& tree : tn::test::kGoldenTrees) {
+        SCOPED_TRACE(tree.name);
+        const auto image = tn::test::GoldenImage(tree.name);
         ASSERT_FALSE(image.empty());
         tn::test::WarningCapture warnings;
         tn::test::Mounted m(image);
         tn::TPVolumeFAT& v = *m.volume;
         EXPECT_TRUE(v.Valid);
         EXPECT_NE(v.FATBuffer, nullptr);
-        EXPECT_EQ(v.FATType, FatTypeOf(spec));
-        EXPECT_EQ(PackageListing(v), tn::test::GoldenListing(spec.name));
+        EXPECT_EQ(v.FATType, FatTypeOf(tree));
+        EXPECT_EQ(PackageListing(v), tn::test::GoldenListing(tree.name));
         EXPECT_TRUE(tn::test::DirectoriesFirst(v.Root));
         EXPECT_TRUE(warnings.Texts().empty()) << warnings.Texts().front();
         // The long name is the name; the short form, in OEM bytes shown as ANSI, the other.
@@ -107,10 +107,10 @@ TEST(FatGolden, EveryTreeListsAndReadsAsMtoolsDid) {
 }
 
 TEST(FatGolden, NearLimitFat12IsReadWholeOnlyInTheStandardMode) {
-    const GoldenSpec& spec = tn::test::kGoldenNearLimit;
-    const auto image = tn::test::GoldenImage(spec.name);
+    const GoldenTree& tree = tn::test::kGoldenNearLimit;
+    const auto image = tn::test::GoldenImage(tree.name);
     ASSERT_FALSE(image.empty());
-    const auto listing = tn::test::GoldenListing(spec.name);
+    const auto listing = tn::test::GoldenListing(tree.name);
     tn::test::WarningCapture warnings;
     {
         const tn::test::FatMode standard(true);
@@ -195,24 +195,24 @@ void WriteSession(tn::TPVolumeFAT& v, std::vector<GoldenEntry>& expected, bool c
 }
 
 TEST(FatGolden, WritesReadBackThroughAFreshMountOnEveryImage) {
-    std::vector<GoldenSpec> specs(std::begin(tn::test::kGoldenTrees),
+    std::vector<GoldenTree> trees(std::begin(tn::test::kGoldenTrees),
                                   std::end(tn::test::kGoldenTrees));
-    specs.push_back(tn::test::kGoldenNearLimit);
-    specs.push_back(tn::test::kGoldenEmpty);
-    for (const GoldenSpec& spec : specs) {
-        SCOPED_TRACE(spec.name);
-        const auto image = tn::test::GoldenImage(spec.name);
+    trees.push_back(tn::test::kGoldenNearLimit);
+    trees.push_back(tn::test::kGoldenEmpty);
+    for (const GoldenTree& tree : trees) {
+        SCOPED_TRACE(tree.name);
+        const auto image = tn::test::GoldenImage(tree.name);
         ASSERT_FALSE(image.empty());
-        const bool commonTree = !spec.nearLimit && std::string(spec.name) != "fat12-empty";
+        const bool commonTree = !tree.nearLimit && std::string(tree.name) != "fat12-empty";
         // The default mode packs 16-bit entries as 12-bit ones, and stops short of the high
         // clusters of a near-limit FAT12: both are written only in the standard mode.
-        const tn::test::FatMode mode(spec.nearLimit || spec.fatBits == 16);
-        std::vector<GoldenEntry> expected = tn::test::GoldenListing(spec.name);
+        const tn::test::FatMode mode(tree.nearLimit || tree.fatBits == 16);
+        std::vector<GoldenEntry> expected = tn::test::GoldenListing(tree.name);
         tn::test::WarningCapture warnings;
         {
             tn::test::Mounted m(image, true);
             ASSERT_TRUE(m.volume->Valid);
-            if (!commonTree && !spec.nearLimit) {
+            if (!commonTree && !tree.nearLimit) {
                 ASSERT_NE(m.volume->ForceDirectories("\\F"), nullptr);
                 Put(expected, {true, 0, 0, "/F/"});
             }

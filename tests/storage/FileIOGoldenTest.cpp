@@ -25,13 +25,13 @@ std::string DrivePath(char letter, const std::string& path) {
 
 TEST_F(VFileTest, GoldenFilesReadWholeAndInPiecesByDriveLetter) {
     char letter = 'C';
-    for (const GoldenSpec& spec : kGoldenTrees) {
-        SCOPED_TRACE(spec.name);
-        const auto image = GoldenImage(spec.name);
+    for (const GoldenTree& tree : kGoldenTrees) {
+        SCOPED_TRACE(tree.name);
+        const auto image = GoldenImage(tree.name);
         ASSERT_FALSE(image.empty());
         // Writable, so that anything reading wrote would show in the bytes compared below.
         Mount(image, letter, true);
-        for (const GoldenEntry& e : GoldenListing(spec.name)) {
+        for (const GoldenEntry& e : GoldenListing(tree.name)) {
             if (e.folder) continue;
             SCOPED_TRACE(e.path);
             const std::string path = DrivePath(letter, e.path);
@@ -52,7 +52,7 @@ TEST_F(VFileTest, GoldenFilesReadWholeAndInPiecesByDriveLetter) {
         }
         EXPECT_FALSE(FileExistsV(DrivePath(letter, "/Ordner/gone.txt").c_str()));
         EXPECT_EQ(OpenFileCount(), 0);
-        EXPECT_TRUE(LoadBytes(image) == DecodeGolden(spec.name));
+        EXPECT_TRUE(LoadBytes(image) == DecodeGolden(tree.name));
         ++letter;
     }
     EXPECT_TRUE(warnings_.Texts().empty()) << warnings_.Texts().front();
@@ -60,11 +60,11 @@ TEST_F(VFileTest, GoldenFilesReadWholeAndInPiecesByDriveLetter) {
 
 TEST_F(VFileTest, GoldenImagesTakeFilesWrittenThroughHandles) {
     char letter = 'C';
-    for (const GoldenSpec& spec : kGoldenTrees) {
-        SCOPED_TRACE(spec.name);
-        const auto image = GoldenImage(spec.name);
+    for (const GoldenTree& tree : kGoldenTrees) {
+        SCOPED_TRACE(tree.name);
+        const auto image = GoldenImage(tree.name);
         ASSERT_FALSE(image.empty());
-        const FatMode mode(spec.fatBits == 16);  // the default mode writes 16-bit FATs wrong
+        const FatMode mode(tree.fatBits == 16);  // the default mode writes 16-bit FATs wrong
         Mount(image, letter, true);
         const std::string log = DrivePath(letter,
                                           "/Protokolle/2026/Flug \xC3\xBC"

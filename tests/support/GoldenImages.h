@@ -22,21 +22,21 @@
 namespace tn::test {
 
 /// The golden images: name, FAT width, whether only the standard mode reads it whole.
-struct GoldenSpec {
+struct GoldenTree {
     const char* name;
     int fatBits;
     bool nearLimit;
 };
 
 /// Every image that holds the common tree (see the generator), then the near-limit one.
-inline constexpr GoldenSpec kGoldenTrees[] = {
+inline constexpr GoldenTree kGoldenTrees[] = {
     {"fat12-floppy", 12, false},
     {"fat12-2048", 12, false},
     {"fat16-512", 16, false},
     {"fat16-2048", 16, false},
 };
-inline constexpr GoldenSpec kGoldenNearLimit = {"fat12-near-limit", 12, true};
-inline constexpr GoldenSpec kGoldenEmpty = {"fat12-empty", 12, false};
+inline constexpr GoldenTree kGoldenNearLimit = {"fat12-near-limit", 12, true};
+inline constexpr GoldenTree kGoldenEmpty = {"fat12-empty", 12, false};
 
 inline constexpr std::size_t kGoldenBlock = 512;
 inline constexpr std::size_t kGoldenMaxSize = 64u << 20;  // no image of ours is larger
