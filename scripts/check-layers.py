@@ -11,6 +11,10 @@ import sys
 
 ORDER = ["platform", "frame", "text", "time", "util", "crc", "persist", "geo", "storage", "flash"]
 
+# The seams inside storage, in the same sense: a medium's sectors, the FAT volume on it, the PC's
+# drives, files by drive letter.
+STORAGE_ORDER = ["media", "fat", "drives", "vfile"]
+
 # file (relative to the checkout) -> layers above its own that it may include
 ALLOWED = {
     # The PC's volume labels come from udev in UTF-8 and leave the platform in Windows-1252.
@@ -33,10 +37,11 @@ ALLOWED = {
     "src/time/TPDateTimeReaders.cpp": {"geo"},
     # The CRC check of a file on a volume, and the file manager's program copy into flash.
     "src/crc/TPCRCCheck.cpp": {"storage"},
-    "src/storage/TPDateiManager.cpp": {"flash"},
+    "src/storage/vfile/TPDateiManager.cpp": {"flash"},
 }
 
 INCLUDE = re.compile(r'^\s*#\s*include\s*[<"](?:tnpackage/)?([a-z]+)/')
+STORAGE_INCLUDE = re.compile(r'^\s*#\s*include\s*"storage/([a-z]+)/')
 
 
 def layer_of(path: pathlib.Path) -> str | None:
@@ -46,6 +51,26 @@ def layer_of(path: pathlib.Path) -> str | None:
     if parts[:2] == ("include", "tnpackage") and len(parts) > 3:
         return parts[2]
     return None
+
+
+def storage_seam_of(path: pathlib.Path) -> str | None:
+    parts = path.parts
+    if parts[:2] == ("src", "storage") and len(parts) > 3:
+        return parts[2]
+    return None
+
+
+def storage_problems(rel: pathlib.Path, lines: list[str]) -> list[str]:
+    own = storage_seam_of(rel)
+    if own not in STORAGE_ORDER:
+        return []
+    problems = []
+    for number, line in enumerate(lines, 1):
+        match = STORAGE_INCLUDE.match(line)
+        if match and match.group(1) in STORAGE_ORDER:
+            if STORAGE_ORDER.index(match.group(1)) > STORAGE_ORDER.index(own):
+                problems.append(f"{rel}:{number}: storage/{own} includes storage/{match.group(1)}, a seam above it")
+    return problems
 
 
 def main() -> int:
@@ -58,7 +83,9 @@ def main() -> int:
         if own not in ORDER:
             continue
         allowed = ALLOWED.get(rel.as_posix(), set())
-        for number, line in enumerate(path.read_text(encoding="latin-1").splitlines(), 1):
+        lines = path.read_text(encoding="latin-1").splitlines()
+        problems += storage_problems(rel, lines)
+        for number, line in enumerate(lines, 1):
             match = INCLUDE.match(line)
             if not match or match.group(1) not in ORDER:
                 continue

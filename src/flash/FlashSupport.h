@@ -10,7 +10,7 @@
 #include <string>
 
 #include "flash/FlashCommands.h"
-#include "storage/SpeicherMessages.h"
+#include "storage/media/SpeicherMessages.h"
 
 namespace tn::flash {
 

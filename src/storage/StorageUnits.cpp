@@ -2,7 +2,7 @@
 #include <tnpackage/storage/TPSpeicher.h>
 
 #include "frame/Units.h"
-#include "storage/FileIOInternal.h"
+#include "storage/vfile/FileIOInternal.h"
 
 namespace tn::units {
 

@@ -248,13 +248,39 @@ class TN_EXPORT TPVolumeFAT {
     // Walks a file's sectors for FileCopy (even length, at most 512 KiB); true when the last
     // piece was reached.
     bool CopySectors(TPDateiInfo* file, const SectorSink& sink);
+    // Mounting reads the boot sector's fields, checks the geometry they give, and only then
+    // derives the type, the addresses and the buffers from them.
     MountResult Mount();
+    void ReadBootFields(const unsigned char* boot);
     MountResult CheckGeometry(const unsigned char* boot, const std::string& where);
+    void DeriveType(const unsigned char* boot, const std::string& where);
+    void DeriveLayout();
     // The first free data cluster marked end of chain, or -1.
     int TakeDataCluster();
     // The cluster after c in its chain, or -1 where the chain ends.
     int Follow(int c);
+    // One sector of a folder as WalkDirectory hands it over: its medium address, its bytes, how
+    // many of them are entries (the root area's last sector may hold fewer), and whether it is
+    // the first of its cluster.
+    struct DirSector {
+        std::int64_t address;
+        unsigned char* bytes;
+        int entryBytes;
+        bool startsCluster;
+    };
+    // Receives each sector in medium order; false ends the walk.
+    using DirSectorVisitor = std::function<bool(const DirSector&)>;
+    struct DirWalk {
+        bool stopped = false;     // the visitor ended the walk
+        bool readFailed = false;  // a sector lay outside the volume
+        int lastCluster = 0;      // the last cluster of the chain reached; 0 for the root
+    };
+    // Hands the sectors of `dir` to `visit`: the root area, or the cluster chain, which ends at
+    // a cluster it (or, during a listing, another folder) has already passed.
+    DirWalk WalkDirectory(TPVerzeichnisInfo* dir, const DirSectorVisitor& visit);
     void ListDirectory(TPVerzeichnisInfo* dir);
+    // Adds a cleared cluster after `last`, the final cluster of a full folder; its address, or 0.
+    std::int64_t GrowDirectory(int last);
     // Whether a listing passes over this short entry: the package passes over every name that
     // begins with '.'; standard volumes only over the "." and ".." entries of a folder, since
     // other programs store files such as ".PROFILE" under such names.

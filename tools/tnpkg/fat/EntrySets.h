@@ -9,7 +9,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "storage/FatLayout.h"
+#include "storage/fat/FatLayout.h"
 
 namespace tnpkg {
 

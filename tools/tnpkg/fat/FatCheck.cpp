@@ -10,7 +10,7 @@
 #include <utility>
 
 #include "fat/HostNames.h"
-#include "storage/FatLayout.h"
+#include "storage/fat/FatLayout.h"
 #include "util/LittleEndian.h"
 
 namespace tnpkg {

@@ -11,7 +11,7 @@
 #include "cli/Output.h"
 #include "cli/Warnings.h"
 #include "fat/HostNames.h"
-#include "storage/FatLayout.h"
+#include "storage/fat/FatLayout.h"
 #include "store/OverlayMedium.h"
 
 namespace tnpkg {
