@@ -11,11 +11,11 @@
 #include <cstdint>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <map>
 #include <string>
 #include <vector>
 
+#include "support/Files.h"
 #include "support/RunTool.h"
 
 namespace tn::test {
@@ -157,11 +157,6 @@ inline std::vector<std::string> ListTree(const std::filesystem::path& image) {
 inline std::string FsckProblems(const std::filesystem::path& image) {
     const ToolResult r = RunCommand("fsck.fat -n " + Shell(image.string()) + " 2>&1");
     return r.status == 0 ? std::string() : r.output;
-}
-
-inline std::vector<unsigned char> LoadBytes(const std::filesystem::path& file) {
-    std::ifstream in(file, std::ios::binary);
-    return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
 }
 
 /// The first `count` bytes of a file (fewer when it is shorter): a boot sector without reading

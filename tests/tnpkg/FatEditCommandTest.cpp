@@ -18,19 +18,12 @@
 namespace {
 
 namespace fs = std::filesystem;
+using tn::test::LoadText;
 using tn::test::Mtools;
 using tn::test::Q;
 
 tn::test::ToolResult Fat(const std::string& arguments) {
     return tn::test::RunTool("fat " + arguments, true);
-}
-
-// The first `most` bytes of a file in one read (images here run to 140 MB).
-std::string Bytes(const fs::path& file, std::size_t most = SIZE_MAX) {
-    std::ifstream in(file, std::ios::binary);
-    std::string bytes(std::min<std::uintmax_t>(fs::file_size(file), most), '\0');
-    in.read(bytes.data(), static_cast<std::streamsize>(bytes.size()));
-    return bytes;
 }
 
 bool Has(const std::string& text, const std::string& part) {
@@ -39,7 +32,8 @@ bool Has(const std::string& text, const std::string& part) {
 
 // The fields mkfs.fat decides: geometry, media, type text.
 std::string BootFields(const fs::path& image) {
-    const std::string boot = Bytes(image, 512);
+    const auto prefix = tn::test::LoadPrefix(image);
+    const std::string boot(prefix.begin(), prefix.end());
     return boot.substr(11, 25) + boot.substr(54, 8) + boot.substr(510, 2);
 }
 
@@ -74,11 +68,11 @@ class FatEditCommandTest : public ::testing::Test {
     // Runs a write that must be refused with `message` and leave the image as it was.
     void ExpectRefused(const fs::path& image, const std::string& arguments,
                        const std::string& message, int status = 1) {
-        const std::string before = Bytes(image);
+        const std::string before = LoadText(image);
         const auto r = Fat(arguments);
         EXPECT_EQ(r.status, status) << arguments << "\n" << r.output;
         EXPECT_TRUE(Has(r.output, message)) << arguments << "\n" << r.output;
-        EXPECT_TRUE(Bytes(image) == before) << arguments;
+        EXPECT_TRUE(LoadText(image) == before) << arguments;
     }
 
     const fs::path dir_ = tn::test::ScratchFolder();
@@ -241,9 +235,9 @@ TEST_F(FatEditCommandTest, GetKeepsPcFilesUnlessForcedAndPreservesTimesAsMcopyDo
     const auto again = Fat("get " + img + " /README.TXT /old.txt --to " + Q(ours));
     EXPECT_EQ(again.status, 1);
     EXPECT_TRUE(Has(again.output, "README.TXT exists already; not overwritten")) << again.output;
-    EXPECT_EQ(Bytes(ours / "README.TXT"), "changed on the PC");
+    EXPECT_EQ(LoadText(ours / "README.TXT"), "changed on the PC");
     ASSERT_EQ(Fat("get --force " + img + " /README.TXT --to " + Q(ours)).status, 0);
-    EXPECT_EQ(Bytes(ours / "README.TXT"), "read me");
+    EXPECT_EQ(LoadText(ours / "README.TXT"), "read me");
 }
 
 TEST_F(FatEditCommandTest, LabelIsSetShownAndClearedAsMlabelReadsIt) {
@@ -258,12 +252,12 @@ TEST_F(FatEditCommandTest, LabelIsSetShownAndClearedAsMlabelReadsIt) {
         ExpectRefused(image, "label " + img + " X --clear", "either a NAME or --clear", 2);
         ASSERT_EQ(Fat("label " + img + " 'flights 24'").status, 0);
         EXPECT_EQ(Mtools("mlabel -s -i " + img + " ::").output, " Volume label is FLIGHTS 24 \n");
-        EXPECT_EQ(Bytes(image).substr(43, 11), "FLIGHTS 24 ");
+        EXPECT_EQ(LoadText(image).substr(43, 11), "FLIGHTS 24 ");
         EXPECT_EQ(tn::test::RunTool("fat label " + img).output, "FLIGHTS 24\n");
         EXPECT_EQ(tn::test::FsckProblems(image), "");
         ASSERT_EQ(Fat("label " + img + " --clear").status, 0);
         EXPECT_EQ(Mtools("mlabel -s -i " + img + " ::").output, " Volume has no label\n");
-        EXPECT_EQ(Bytes(image).substr(43, 11), "NO NAME    ");
+        EXPECT_EQ(LoadText(image).substr(43, 11), "NO NAME    ");
         EXPECT_EQ(tn::test::RunTool("fat label " + img).output, "(none)\n");
         EXPECT_EQ(tn::test::FsckProblems(image), "");
     }
@@ -273,10 +267,10 @@ TEST_F(FatEditCommandTest, LabelIsSetShownAndClearedAsMlabelReadsIt) {
     ASSERT_TRUE(tn::test::MakeFatImage(image, 1440, "-F 12"));
     ASSERT_EQ(Mtools("mlabel -i " + Q(image) + " '::My Card'").status, 0);
     constexpr std::size_t kRoot = 19 * 512;
-    ASSERT_EQ(static_cast<unsigned char>(Bytes(image)[kRoot + 11]), 0x0F);
+    ASSERT_EQ(static_cast<unsigned char>(LoadText(image)[kRoot + 11]), 0x0F);
     ASSERT_EQ(Fat("label " + Q(image) + " NEW").status, 0);
-    EXPECT_EQ(static_cast<unsigned char>(Bytes(image)[kRoot]), 0xE5);
-    EXPECT_EQ(Bytes(image).substr(kRoot + 32, 12), "NEW        \x08");
+    EXPECT_EQ(static_cast<unsigned char>(LoadText(image)[kRoot]), 0xE5);
+    EXPECT_EQ(LoadText(image).substr(kRoot + 32, 12), "NEW        \x08");
     EXPECT_EQ(Mtools("mlabel -s -i " + Q(image) + " ::").output, " Volume label is NEW        \n");
 }
 

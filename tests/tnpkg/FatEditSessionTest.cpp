@@ -177,12 +177,12 @@ class Session {
         ASSERT_NE(tn::test::RunTool("fat info " + Q(image_))
                       .output.find("free:                0 clusters"),
                   std::string::npos);
-        const std::string before = tn::test::Bytes(image_);
+        const std::string before = tn::test::LoadText(image_);
         const auto refused =
             tn::test::RunTool("fat put " + Q(image_) + " " + Q(HostFile("one more", "x")), true);
         EXPECT_EQ(refused.status, 1);
         EXPECT_NE(refused.output.find("not enough room"), std::string::npos) << refused.output;
-        ASSERT_EQ(tn::test::Bytes(image_), before);
+        ASSERT_EQ(tn::test::LoadText(image_), before);
         Run("mv " + Q(image_) + " /Voll.bin '/.voll bis zum Rand'");
         model_.Rename("/Voll.bin", "/.voll bis zum Rand");
         Check(-2);

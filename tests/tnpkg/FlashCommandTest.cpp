@@ -9,6 +9,7 @@
 
 #include <gtest/gtest.h>
 
+#include "support/Files.h"
 #include "support/RunTool.h"
 #include "support/Scratch.h"
 
@@ -28,8 +29,7 @@ class FlashCommandTest : public ::testing::Test {
     }
     std::string Path(const std::string& name) const { return "'" + (dir_ / name).string() + "'"; }
     std::vector<unsigned char> Read(const std::string& name) const {
-        std::ifstream in(dir_ / name, std::ios::binary);
-        return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+        return tn::test::LoadBytes(dir_ / name);
     }
     void Write(const std::string& name, const std::vector<unsigned char>& bytes) const {
         std::ofstream(dir_ / name, std::ios::binary)

@@ -30,11 +30,6 @@ inline ToolResult RunWith(const std::string& environment, const std::string& arg
 /// The exit status the crash hooks end the process with.
 inline constexpr int kCrashStatus = 9;
 
-inline std::string Bytes(const std::filesystem::path& file) {
-    const auto bytes = LoadBytes(file);
-    return std::string(bytes.begin(), bytes.end());
-}
-
 inline void WriteBytes(const std::filesystem::path& file, const std::string& bytes) {
     std::ofstream(file, std::ios::binary)
         .write(bytes.data(), static_cast<std::streamsize>(bytes.size()));

@@ -65,7 +65,7 @@ int CrashAtEveryPoint(const char* hook, const fs::path& image, const std::string
                 << next.output;
         }
         EXPECT_FALSE(fs::exists(JournalOf(image)));
-        EXPECT_TRUE(Bytes(image) == before) << "not rolled back";
+        EXPECT_TRUE(LoadText(image) == before) << "not rolled back";
         if (fat) {
             EXPECT_EQ(FsckProblems(image), "");
         }
@@ -81,7 +81,7 @@ TEST_F(JournalTest, FatWritesInterruptedAnywhereAreRolledBackOrFinished) {
     const fs::path image = Path("card.img");
     ASSERT_TRUE(MakeFatImage(image, 1024, "-F 12 -s 1"));
     ASSERT_TRUE(PutFile(image, "/OLD.TXT", "already there\n"));
-    const std::string before = Bytes(image);
+    const std::string before = LoadText(image);
     WriteBytes(Path("small.txt"), "abc");
     const std::string big = Pattern(9 * 512 + 100, 7);  // ten clusters
     WriteBytes(Path("big.bin"), big);
@@ -137,7 +137,7 @@ TEST_F(JournalTest, FatWritesInterruptedAnywhereAreRolledBackOrFinished) {
     EXPECT_NE(text.output.find("recovered:           removed the incomplete journal"),
               std::string::npos)
         << text.output;
-    EXPECT_EQ(Bytes(image), before);
+    EXPECT_EQ(LoadText(image), before);
 }
 
 TEST_F(JournalTest, AnInterruptedFormatOfANewImageLeavesNoImage) {
@@ -176,7 +176,7 @@ TEST_F(JournalTest, TheJournalHoldsTheOldPagesUnderAChecksumZlibAgreesWith) {
     WriteBytes(Path("three.txt"), "xyz");
     const std::string put = "fat put " + Q(image) + " " + Q(Path("three.txt"));
     ASSERT_EQ(RunWith(std::string(kAfterPages) + "=0", put).status, kCrashStatus);
-    const std::string journal = Bytes(JournalOf(image));
+    const std::string journal = LoadText(JournalOf(image));
     ASSERT_GE(journal.size(), 68u);
     EXPECT_EQ(journal.substr(0, 8), "TNPKGJNL");
     auto u32 = [&](std::size_t at) {
@@ -190,7 +190,7 @@ TEST_F(JournalTest, TheJournalHoldsTheOldPagesUnderAChecksumZlibAgreesWith) {
     EXPECT_GE(pages, 3u);  // two FAT copies and the root folder at least
     EXPECT_LE(pages, 8u);
     // Each old page equals the image's bytes at its offset, which the crash left untouched.
-    const std::string old = Bytes(image);
+    const std::string old = LoadText(image);
     for (std::uint32_t i = 0; i < pages; ++i) {
         std::uint64_t offset = 0;
         for (int b = 7; b >= 0; --b)
@@ -209,7 +209,7 @@ TEST_F(JournalTest, TheJournalHoldsTheOldPagesUnderAChecksumZlibAgreesWith) {
     WriteBytes(JournalOf(image), damaged);
     const auto info = RunWith("", "fat info " + Q(image));
     EXPECT_NE(info.output.find("removed the incomplete journal"), std::string::npos);
-    EXPECT_EQ(Bytes(image), old);
+    EXPECT_EQ(LoadText(image), old);
     EXPECT_EQ(RunWith("", put).status, 0);
     EXPECT_EQ(ReadFile(image, "/three.txt"), "xyz");
 }
@@ -227,7 +227,7 @@ TEST_F(JournalTest, FlashWriteAndImageLoadInterruptedAnywhereAreRolledBack) {
     for (const char* hook : {kInJournal, kAfterPages}) {
         ASSERT_GT(CrashAtEveryPoint(hook, flash, before, blank, "flash info " + Q(flash), false),
                   1);
-        EXPECT_EQ(Bytes(flash).substr(0x100, 2500), Pattern(2500, 4));
+        EXPECT_EQ(LoadText(flash).substr(0x100, 2500), Pattern(2500, 4));
     }
     // Over programmed bytes the sector is erased first, and whatever else it held is lost.
     const std::string erasing =
@@ -235,8 +235,8 @@ TEST_F(JournalTest, FlashWriteAndImageLoadInterruptedAnywhereAreRolledBack) {
     ASSERT_GT(
         CrashAtEveryPoint(kAfterPages, flash, before, erasing, "flash records " + Q(flash), false),
         1);
-    EXPECT_EQ(Bytes(flash).substr(0x20F00, 2500), Pattern(2500, 4));
-    EXPECT_EQ(Bytes(flash).substr(0x30000, 64), std::string(64, '\xFF'));
+    EXPECT_EQ(LoadText(flash).substr(0x20F00, 2500), Pattern(2500, 4));
+    EXPECT_EQ(LoadText(flash).substr(0x30000, 64), std::string(64, '\xFF'));
 
     // image load, through its own session.
     fs::create_directories(Path("mem"));
@@ -247,7 +247,7 @@ TEST_F(JournalTest, FlashWriteAndImageLoadInterruptedAnywhereAreRolledBack) {
     ASSERT_GT(CrashAtEveryPoint(kAfterPages, Path("mem/MEM.DAT"), memory, load,
                                 "image info MEM --dir " + Q(Path("mem")), false),
               1);
-    const std::string loaded = Bytes(Path("mem/MEM.DAT"));
+    const std::string loaded = LoadText(Path("mem/MEM.DAT"));
     EXPECT_EQ(loaded.substr(100, 2500), Pattern(2500, 4));
     EXPECT_EQ(loaded.substr(2600, 4), std::string(4, '\0'));  // Laden's padding
 }

@@ -62,7 +62,7 @@ TEST_F(WriteSafetyTest, KilledAtRandomMomentsTheImageIsTheOldOrTheNewOne) {
     const fs::path image = Path("card.img");
     ASSERT_TRUE(MakeFatImage(image, 4096, "-F 12"));
     ASSERT_TRUE(PutFile(image, "/KEEP.TXT", "kept\n"));
-    const std::string before = Bytes(image);
+    const std::string before = LoadText(image);
     const auto files = MakeFiles(Path("flights"), 150, 11);
     std::mt19937 random(20261125);
     int rolledBack = 0, finished = 0;
@@ -77,7 +77,7 @@ TEST_F(WriteSafetyTest, KilledAtRandomMomentsTheImageIsTheOldOrTheNewOne) {
         ASSERT_EQ(RunWith("", "fat ls " + Q(image)).status, 0);
         EXPECT_FALSE(fs::exists(JournalOf(image)));
         EXPECT_EQ(FsckProblems(image), "");
-        if (Bytes(image) == before) {
+        if (LoadText(image) == before) {
             EXPECT_NE(run.output, "0\n") << "a write reported as done is lost";
             ++rolledBack;
         } else {
@@ -117,7 +117,7 @@ TEST_F(WriteSafetyTest, ConcurrentCommandsTakeTurnsOrAreRefused) {
 
     // A command that holds the image too long: the writer and a reader give up after about
     // five seconds with the message, and the image stays as it was.
-    const std::string before = Bytes(image);
+    const std::string before = LoadText(image);
     WriteBytes(Path("late.txt"), "late");
     const auto start = std::chrono::steady_clock::now();
     const auto run = RunCommand("flock -x " + Q(image) + " sleep 7 & sleep 0.2; (" +
@@ -132,7 +132,7 @@ TEST_F(WriteSafetyTest, ConcurrentCommandsTakeTurnsOrAreRefused) {
     EXPECT_NE(run.output.find("put=1"), std::string::npos) << run.output;
     EXPECT_NE(run.output.find("ls=1"), std::string::npos) << run.output;
     EXPECT_GE(waited, std::chrono::seconds(5));
-    EXPECT_EQ(Bytes(image), before);
+    EXPECT_EQ(LoadText(image), before);
 
     // `flash info` during a `flash write`: the write's data is in the image afterwards.
     const fs::path flash = Path("chips.bin");
@@ -148,7 +148,7 @@ TEST_F(WriteSafetyTest, ConcurrentCommandsTakeTurnsOrAreRefused) {
     EXPECT_TRUE(both.output.find("info=0") != std::string::npos ||
                 both.output.find("is in use by another tnpkg command") != std::string::npos)
         << both.output;
-    EXPECT_TRUE(Bytes(flash).substr(0, 0x300000) == Pattern(0x300000, 9));
+    EXPECT_TRUE(LoadText(flash).substr(0, 0x300000) == Pattern(0x300000, 9));
 }
 
 TEST_F(WriteSafetyTest, LinksModeAndOwnerOfTheImageStay) {
@@ -210,7 +210,7 @@ TEST_F(WriteSafetyTest, WithoutAWritableFolderWritesAreRefusedUnlessTheJournalIs
     fs::permissions(folder, fs::perms::owner_read | fs::perms::owner_exec | fs::perms::group_read |
                                 fs::perms::group_exec | fs::perms::others_read |
                                 fs::perms::others_exec);
-    const std::string before = Bytes(image);
+    const std::string before = LoadText(image);
     auto run =
         RunCommand(as + TnpkgLine("fat put " + Q(image) + " " + Q(Path("note.txt"))) + " 2>&1");
     EXPECT_EQ(run.status, 1);
@@ -218,7 +218,7 @@ TEST_F(WriteSafetyTest, WithoutAWritableFolderWritesAreRefusedUnlessTheJournalIs
               std::string::npos)
         << run.output;
     EXPECT_NE(run.output.find("--no-journal"), std::string::npos);
-    EXPECT_EQ(Bytes(image), before);
+    EXPECT_EQ(LoadText(image), before);
     run = RunCommand(
         as + TnpkgLine("fat put --no-journal " + Q(image) + " " + Q(Path("note.txt"))) + " 2>&1");
     EXPECT_EQ(run.status, 0) << run.output;
@@ -243,11 +243,11 @@ TEST_F(WriteSafetyTest, WithoutAWritableFolderWritesAreRefusedUnlessTheJournalIs
 
     // An image the user may read but not write: named, and left as it is.
     fs::permissions(image, fs::perms::owner_read | fs::perms::group_read | fs::perms::others_read);
-    const std::string readable = Bytes(image);
+    const std::string readable = LoadText(image);
     run = RunCommand(as + TnpkgLine("fat mkdir " + Q(image) + " /E") + " 2>&1");
     EXPECT_EQ(run.status, 1);
     EXPECT_NE(run.output.find(image.string() + " is read-only"), std::string::npos) << run.output;
-    EXPECT_EQ(Bytes(image), readable);
+    EXPECT_EQ(LoadText(image), readable);
     fs::permissions(image, fs::perms::all);
 }
 

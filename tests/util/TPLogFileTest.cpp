@@ -7,6 +7,7 @@
 #include <fstream>
 #include <iterator>
 
+#include "support/Files.h"
 #include "support/Platform.h"
 #include "support/Scratch.h"
 
@@ -19,8 +20,7 @@ const std::string kStars(20, '*'), kClosing = std::string(62, '*') + "\r\n";
 const std::string kOpening = kStars + " 150712120100 " + kStars + "\r\n";  // DDMMYYHHMMSS
 
 std::string ReadFile(const fs::path& path) {
-    std::ifstream in(path, std::ios::binary);
-    return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+    return tn::test::LoadText(path);
 }
 
 // The clock counts from noon of 15 July 2012, 600 tenths on (12:01:00), two hours ahead of UTC.

@@ -14,6 +14,7 @@
 #include <random>
 #include <vector>
 
+#include "support/Files.h"
 #include "support/WarningCapture.h"
 
 namespace {
@@ -71,9 +72,7 @@ std::vector<std::vector<unsigned char>> Seeds() {
     std::vector<std::vector<unsigned char>> seeds;
     const fs::path folder = fs::path(TN_TEST_SOURCE_DIR) / ".." / "fuzz" / "corpus" / "FatMount";
     for (const auto& e : fs::directory_iterator(folder)) {
-        std::ifstream in(e.path(), std::ios::binary);
-        std::vector<unsigned char> bytes{std::istreambuf_iterator<char>(in),
-                                         std::istreambuf_iterator<char>()};
+        std::vector<unsigned char> bytes = tn::test::LoadBytes(e.path());
         if (bytes.size() < 2) continue;
         // The first byte chooses the fuzz target's typing; the first 40 KiB hold every boot
         // sector, FAT and root of these seeds.

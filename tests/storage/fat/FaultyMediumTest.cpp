@@ -16,6 +16,7 @@
 
 #include "storage/fat/FatTestSupport.h"
 #include "support/FatImages.h"
+#include "support/Files.h"
 #include "support/Scratch.h"
 #include "support/WarningCapture.h"
 
@@ -106,9 +107,7 @@ TEST(FaultyMedium, EveryFailingTransferIsReportedAndLeavesAMountableMedium) {
     TN_REQUIRE_FAT_TOOLS();
     const auto image = test::ScratchFolder() / "card.img";
     ASSERT_TRUE(test::MakeFatImage(image, 256, "-F 12 -S 512 -s 1"));
-    std::ifstream in(image, std::ios::binary);
-    const std::vector<unsigned char> formatted((std::istreambuf_iterator<char>(in)),
-                                               std::istreambuf_iterator<char>());
+    const std::vector<unsigned char> formatted = test::LoadBytes(image);
     const Operation operations[] = {
         {"put", [](TPVolumeFAT& v) { Put(v, "FLUG.IGC", 3000); }},
         {"mkdir", [](TPVolumeFAT& v) { v.ForceDirectories(TPString("LOG\\2024\\JULI")); }},

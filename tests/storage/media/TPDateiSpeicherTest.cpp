@@ -11,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include "support/Files.h"
 #include "support/Scratch.h"
 #include "support/WarningCapture.h"
 
@@ -31,8 +32,8 @@ std::vector<char> Pattern(std::size_t size) {
 }
 
 std::vector<char> FileBytes(const std::filesystem::path& path) {
-    std::ifstream in(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+    const std::vector<unsigned char> bytes = tn::test::LoadBytes(path);
+    return {bytes.begin(), bytes.end()};
 }
 
 void WriteFile(const std::filesystem::path& path, const std::vector<char>& bytes) {

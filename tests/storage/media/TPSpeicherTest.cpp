@@ -9,6 +9,7 @@
 #include <iterator>
 #include <tuple>
 
+#include "support/Files.h"
 #include "support/Platform.h"
 #include "support/Scratch.h"
 #include "support/WarningCapture.h"
@@ -21,8 +22,7 @@ using tn::TPImageSpeicher;
 using Texts = std::vector<std::string>;
 
 std::string ReadFile(const fs::path& path) {
-    std::ifstream in(path, std::ios::binary);
-    return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+    return tn::test::LoadText(path);
 }
 
 std::string Pattern(std::size_t length) {  // 0, 1, 2, ... wrapping at the prime 251

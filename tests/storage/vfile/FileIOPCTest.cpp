@@ -17,6 +17,8 @@
 #include <utility>
 #include <vector>
 
+#include "support/Files.h"
+
 #ifndef _WIN32
 #include <fcntl.h>
 #include <unistd.h>
@@ -36,8 +38,7 @@ void Write(const fs::path& file, const std::string& bytes) {
 }
 
 std::string Read(const fs::path& file) {
-    std::ifstream in(file, std::ios::binary);
-    return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+    return tn::test::LoadText(file);
 }
 
 std::set<std::string> Names(const fs::path& folder) {
