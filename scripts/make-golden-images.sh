@@ -149,13 +149,27 @@ PY
 
 # name, mkfs.fat options, KiB, filler
 images=(
-  "fat12-empty|-F 12 -S 512 -s 1|1440|none"
   "fat12-floppy|-F 12 -S 512 -s 1|1440|common"
   "fat12-2048|-F 12 -S 2048 -s 4|8192|common"
   "fat12-near-limit|-a -F 12 -S 1024 -s 1|4113|near"
   "fat16-512|-F 16 -S 512 -s 4|16384|common"
   "fat16-2048|-F 16 -S 2048 -s 1|10240|common"
 )
+
+# Fresh volumes as mkfs.fat makes them, for the tests that need nothing else
+# (tests/support/FatImages.h, BlankGoldenName): KiB, mkfs.fat options.
+blanks=(
+  "256|-F 12 -S 512 -s 1"
+  "1440|-F 12 -S 512 -s 1"
+  "2048|-F 12 -S 1024 -s 1"
+  "16384|-F 16 -S 512 -s 4"
+  "10240|-F 16 -S 2048 -s 1"
+  "8192|-F 12 -S 512 -s 4"
+)
+for tree in "${blanks[@]}"; do
+  IFS='|' read -r kib options <<<"$tree"
+  images+=("blank-${kib}_${options// /_}|$options|$kib|none")
+done
 
 mkdir -p "$out"
 for tree in "${images[@]}"; do

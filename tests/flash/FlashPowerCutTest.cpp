@@ -109,7 +109,6 @@ TEST_F(FlashPowerCut, MemCopyAndSaveFatCutAnywhereFinishWhenRunAgain) {
         EXPECT_EQ(Cells(flash, 0x100, 0x100 + kLength), wanted);
     }
 
-    TN_REQUIRE_FAT_TOOLS();
     const auto folder = tn::test::ScratchFolder();
     ASSERT_TRUE(tn::test::MakeFatImage(folder / "Flash.DAT", 256, "-F 12 -S 512 -s 1"));
     TFlash fat(2 * TFlash::kSectorSize);

@@ -387,7 +387,6 @@ TEST_F(TFlashTest, ProgramUpdateErasesNothingItCanReach) {
 }
 
 TEST_F(TFlashTest, SaveFatRewritesTheFirstSectorFromTheBootCopy) {
-    TN_REQUIRE_FAT_TOOLS();
     const auto folder = tn::test::ScratchFolder();
     ASSERT_TRUE(tn::test::MakeFatImage(folder / "Flash.DAT", 256, "-F 12 -S 512 -s 1"));
     tn::FATList = new tn::TP_FATList;

@@ -16,6 +16,7 @@
 #include <vector>
 
 #include "support/Files.h"
+#include "support/GoldenImages.h"
 #include "support/RunTool.h"
 
 namespace tn::test {
@@ -57,9 +58,39 @@ inline ToolResult Mtools(const std::string& command) {
     return RunCommand("MTOOLS_SKIP_CHECK=1 LC_ALL=C.UTF-8 " + command + " 2>/dev/null");
 }
 
+/// Whether mkfs.fat can be run here.
+inline bool HaveMkfs() {
+#ifdef _WIN32
+    return false;
+#else
+    static const bool have = RunCommand("command -v mkfs.fat >/dev/null 2>&1").status == 0;
+    return have;
+#endif
+}
+
+/// The golden image that holds what mkfs.fat makes of `kib` KiB with `options`
+/// ("blank-1440_-F_12_-S_512_-s_1"), for machines without mkfs.fat.
+inline std::string BlankGoldenName(int kib, const std::string& options) {
+    std::string name = "blank-" + std::to_string(kib);
+    if (!options.empty()) name += "_" + options;
+    std::replace(name.begin(), name.end(), ' ', '_');
+    return name;
+}
+
 /// Creates `image` of `kib` KiB with mkfs.fat and the given options (e.g. "-F 12 -S 512 -s 1").
+/// Without mkfs.fat the same blank volume comes from tests/data/fat/ where the generator stored
+/// one (scripts/make-golden-images.sh), so tests that need nothing but a fresh volume also run
+/// where mkfs.fat does not (Windows); false when neither exists.
 inline bool MakeFatImage(const std::filesystem::path& image, int kib, const std::string& options) {
     std::filesystem::remove(image);
+    if (!HaveMkfs()) {
+        const std::vector<unsigned char> bytes = DecodeGolden(BlankGoldenName(kib, options));
+        if (bytes.empty()) return false;
+        std::ofstream out(image, std::ios::binary | std::ios::trunc);
+        out.write(reinterpret_cast<const char*>(bytes.data()),
+                  static_cast<std::streamsize>(bytes.size()));
+        return static_cast<bool>(out);
+    }
     return RunCommand("mkfs.fat -C " + options + " " + Shell(image.string()) + " " +
                       std::to_string(kib) + " >/dev/null 2>&1")
                .status == 0;

@@ -36,7 +36,8 @@ inline constexpr GoldenTree kGoldenTrees[] = {
     {"fat16-2048", 16, false},
 };
 inline constexpr GoldenTree kGoldenNearLimit = {"fat12-near-limit", 12, true};
-inline constexpr GoldenTree kGoldenEmpty = {"fat12-empty", 12, false};
+// A fresh volume, as mkfs.fat makes one (one of the blank images of FatImages.h).
+inline constexpr GoldenTree kGoldenEmpty = {"blank-1440_-F_12_-S_512_-s_1", 12, false};
 
 inline constexpr std::size_t kGoldenBlock = 512;
 inline constexpr std::size_t kGoldenMaxSize = 64u << 20;  // no image of ours is larger

@@ -203,7 +203,8 @@ TEST(FatGolden, WritesReadBackThroughAFreshMountOnEveryImage) {
         SCOPED_TRACE(tree.name);
         const auto image = tn::test::GoldenImage(tree.name);
         ASSERT_FALSE(image.empty());
-        const bool commonTree = !tree.nearLimit && std::string(tree.name) != "fat12-empty";
+        const bool commonTree =
+            !tree.nearLimit && std::string(tree.name) != tn::test::kGoldenEmpty.name;
         // The default mode packs 16-bit entries as 12-bit ones, and stops short of the high
         // clusters of a near-limit FAT12: both are written only in the standard mode.
         const tn::test::FatMode mode(tree.nearLimit || tree.fatBits == 16);

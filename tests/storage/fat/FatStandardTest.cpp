@@ -284,7 +284,6 @@ TEST(FatStandard, SeededSessionsOnFat12AndFat16AreCleanAndReadBackByMtools) {
 }
 
 TEST(FatStandard, SixteenBitEntriesAndFatSectorsOfTheVolumesSize) {
-    TN_REQUIRE_FAT_TOOLS();
     const auto image = Make(kSixteen[2]);  // 2048-byte sectors
     const auto pristine = tn::test::LoadBytes(image);
     {
@@ -437,7 +436,6 @@ TEST(FatStandard, Fat32IsRefusedBareAndThroughAnOriginInBothModes) {
 }
 
 TEST(FatStandard, MountResultsTypeFiguresAndMissingBytes) {
-    TN_REQUIRE_FAT_TOOLS();
     using Result = tn::TPVolumeFAT::MountResult;
     const tn::test::WarningCapture quiet;
     const auto floppy = tn::test::ScratchFolder() / "floppy.img";

@@ -96,7 +96,6 @@ TEST(FatVolume, FloppyGeometryAtABaseAndThroughAnOrigin) {
 }
 
 TEST(FatVolume, TwelveBitEntriesDirtySectorsAndEveryCopyWritten) {
-    TN_REQUIRE_FAT_TOOLS();
     const auto image = Image("fat12.img", 1440, "-F 12 -S 512 -s 1");
     {
         tn::test::Mounted m(image, true);
@@ -164,7 +163,6 @@ TEST(FatVolume, TwelveBitEntriesDirtySectorsAndEveryCopyWritten) {
 }
 
 TEST(FatVolume, SixteenBitEntriesAreWrittenThroughTheTwelveBitPacking) {
-    TN_REQUIRE_FAT_TOOLS();
     const auto image = Image("fat16.img", 16384, "-F 16 -S 512 -s 4");
     tn::test::Mounted m(image, true);
     tn::TPVolumeFAT& v = *m.volume;
@@ -185,7 +183,6 @@ TEST(FatVolume, SixteenBitEntriesAreWrittenThroughTheTwelveBitPacking) {
 }
 
 TEST(FatVolume, FatSectorsAreWrittenAtSectorTimes512) {
-    TN_REQUIRE_FAT_TOOLS();
     const auto image = Image("k1.img", 2048, "-F 12 -S 1024 -s 1");
     tn::test::Mounted m(image, true);
     tn::TPVolumeFAT& v = *m.volume;

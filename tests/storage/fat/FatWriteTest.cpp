@@ -38,7 +38,7 @@ unsigned LfnChar(const std::vector<unsigned char>& b, std::size_t at, int i) {
 
 TEST(FatWrite, NewEntriesAndTheirLongNamePiecesByteForByte) {
     // An empty 1.44 MB floppy as mkfs.fat -F 12 -S 512 -s 1 made it, committed: no tool needed.
-    const auto image = tn::test::GoldenImage("fat12-empty");
+    const auto image = tn::test::GoldenImage(tn::test::kGoldenEmpty.name);
     ASSERT_FALSE(image.empty());
     int shortAt = 0, at13 = 0, at14 = 0, first = 0;
     {

@@ -104,7 +104,6 @@ void Put(TPVolumeFAT& v, const char* path, std::size_t size) {
 }
 
 TEST(FaultyMedium, EveryFailingTransferIsReportedAndLeavesAMountableMedium) {
-    TN_REQUIRE_FAT_TOOLS();
     const auto image = test::ScratchFolder() / "card.img";
     ASSERT_TRUE(test::MakeFatImage(image, 256, "-F 12 -S 512 -s 1"));
     const std::vector<unsigned char> formatted = test::LoadBytes(image);
