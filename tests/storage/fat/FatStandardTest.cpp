@@ -315,7 +315,7 @@ TEST(FatStandard, SixteenBitEntriesAndFatSectorsOfTheVolumesSize) {
     v.SetCluster(7, 0xFFF8);
     EXPECT_EQ(v.GetCluster(7), -8);
     v.SetCluster(8, 0xFFF7);
-    EXPECT_EQ(v.GetCluster(8), tn::TPVolumeFAT::kBadCluster);
+    EXPECT_EQ(v.GetCluster(8), int{tn::TPVolumeFAT::kBadCluster});
     v.SetCluster(9, 0xFFF6);
     EXPECT_EQ(v.GetCluster(9), 0xFFF6);
     EXPECT_TRUE(v.IsChainEnd(-1));
