@@ -10,6 +10,7 @@
 #include <map>
 #include <random>
 
+#include "storage/fat/FatSession.h"
 #include "storage/fat/FatTestSupport.h"
 #include "support/Scratch.h"
 #include "support/WarningCapture.h"
@@ -178,49 +179,6 @@ const char* const kNames[] = {
 };
 const char* const kFolders[] = {"SUB", "Ordner", "tief unten"};
 
-// Seeded writes through the package on a standard volume; the model of what was written.
-void Session(tn::TPVolumeFAT& v, std::uint32_t seed, std::map<std::string, std::string>& model,
-             std::vector<std::string>& folders) {
-    std::mt19937 random(seed);
-    const int cs = v.GetClusterSize();
-    const int z = v.GetSectorSize();
-    const int sizes[] = {0, 1, z - 1, z, z + 1, cs - 1, cs, cs + 1, 3 * cs + 7};
-    for (int step = 0; step < 40; ++step) {
-        std::string folder;
-        const int depth = static_cast<int>(random() % 3);
-        for (int d = 0; d < depth; ++d)
-            folder += std::string("\\") + kFolders[random() % std::size(kFolders)];
-        const std::string path = folder + "\\" + kNames[random() % std::size(kNames)];
-        std::string key;
-        for (char c : path)
-            key += c == '\\' ? '/' : c;
-        key = tn::Win1252ToUtf8(key);
-        for (std::size_t p = key.find('/', 1); p != std::string::npos; p = key.find('/', p + 1))
-            folders.push_back(key.substr(0, p));
-        std::string& content = model[key];
-        tn::TPFile f;
-        tn::TPDateiInfo* node = v.CreateFile(&f, path.c_str());
-        ASSERT_NE(node, nullptr) << key;
-        ASSERT_EQ(static_cast<std::size_t>(node->FileSize), content.size()) << key;
-        const int size = sizes[random() % std::size(sizes)];
-        const std::string data =
-            Pattern(static_cast<std::size_t>(size), static_cast<std::uint32_t>(random()));
-        // Overwrite or append from a position inside a sector (see the file layer's notes).
-        int position = 0;
-        if (!content.empty()) {
-            position = random() % 2 == 0 ? static_cast<int>(content.size())
-                                         : static_cast<int>(random() % content.size());
-            if (position % z == 0) position = position > 0 ? position - 1 : 0;
-            ASSERT_TRUE(v.SetFilePointer(&f, position));
-        }
-        std::string copy = data;
-        ASSERT_EQ(v.FileWrite(&f, copy.data(), size, random() % 2 == 0), size) << key;
-        if (content.size() < static_cast<std::size_t>(position + size))
-            content.resize(static_cast<std::size_t>(position + size));
-        content.replace(static_cast<std::size_t>(position), data.size(), data);
-    }
-}
-
 TEST(FatStandard, SeededSessionsOnFat12AndFat16AreCleanAndReadBackByMtools) {
     TN_REQUIRE_FAT_TOOLS();
     std::vector<Geometry> geometries(std::begin(kNearLimit), std::end(kNearLimit));
@@ -235,15 +193,18 @@ TEST(FatStandard, SeededSessionsOnFat12AndFat16AreCleanAndReadBackByMtools) {
         const std::int64_t filler = g.dataClusters > 0 ? g.dataClusters - 250 : 1100;
         const std::string fill = Pattern(static_cast<std::size_t>(filler * cs), 9);
         ASSERT_TRUE(tn::test::PutFile(image, "/FILL.BIN", fill));
-        std::map<std::string, std::string> model{{"/FILL.BIN", fill}};
-        std::vector<std::string> folders;
+        tn::test::SessionModel model{{{"/FILL.BIN", fill}}, {}};
         tn::test::WarningCapture warnings;
         {
             const Mode standard(true);
             tn::test::Mounted m(image, true);
             tn::TPVolumeFAT& v = *m.volume;
             ASSERT_EQ(v.FATType, g.dataClusters > 0 ? 1 : 11);
-            ASSERT_NO_FATAL_FAILURE(Session(v, ++seed, model, folders));
+            const int z = v.GetSectorSize();
+            const int c = static_cast<int>(cs);
+            const tn::test::SessionPlan plan{
+                kNames, kFolders, {0, 1, z - 1, z, z + 1, c - 1, c, c + 1, 3 * c + 7}, 40, 2};
+            ASSERT_NO_FATAL_FAILURE(tn::test::SeededWrites(v, ++seed, plan, model));
             if (g.dataClusters > 0) {
                 // One more file takes every cluster left, 0xFF1 and up among them.
                 int left = 0;
@@ -254,29 +215,13 @@ TEST(FatStandard, SeededSessionsOnFat12AndFat16AreCleanAndReadBackByMtools) {
                 ASSERT_NE(v.CreateFile(&f, "\\REST.BIN"), nullptr);
                 EXPECT_EQ(v.FileWrite(&f, rest.data(), left * static_cast<int>(cs), true),
                           left * cs);
-                model["/REST.BIN"] = rest;
+                model.files["/REST.BIN"] = rest;
                 EXPECT_EQ(v.GetFreeCluster(false), -1);
                 EXPECT_EQ(v.GetCluster(kFirstHigh) != 0, true);
             }
         }
         EXPECT_TRUE(warnings.Texts().empty()) << warnings.Texts().front();
-        EXPECT_EQ(tn::test::FsckProblems(image), "");
-        std::vector<std::string> paths;
-        for (const auto& [key, content] : model)
-            paths.push_back(key);
-        for (const std::string& f : folders)
-            paths.push_back(f + "/");
-        std::sort(paths.begin(), paths.end());
-        paths.erase(std::unique(paths.begin(), paths.end()), paths.end());
-        EXPECT_EQ(tn::test::ListTree(image), paths);
-        const auto theirs = tn::test::ExtractAll(image);
-        EXPECT_EQ(theirs.size(), model.size());
-        for (const auto& [key, content] : model) {
-            const auto it = theirs.find(key);
-            ASSERT_NE(it, theirs.end()) << key;
-            EXPECT_EQ(it->second.size(), content.size()) << key;
-            EXPECT_TRUE(it->second == content) << key;
-        }
+        tn::test::ExpectToolsSeeModel(image, model);
         const Mode standard(true);
         tn::test::Mounted again(image);
         tn::test::ExpectSameAsMtools(*again.volume, image);

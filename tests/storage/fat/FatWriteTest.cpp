@@ -8,6 +8,7 @@
 #include <map>
 #include <random>
 
+#include "storage/fat/FatSession.h"
 #include "storage/fat/FatTestSupport.h"
 #include "support/GoldenImages.h"
 #include "support/Scratch.h"
@@ -239,78 +240,21 @@ TEST(FatWrite, SeededSessionsAreCleanAndReadBackByMtools) {
         SCOPED_TRACE(std::string(s.options) + " seed " + std::to_string(s.seed));
         const auto image = tn::test::ScratchFolder() / "session.img";
         ASSERT_TRUE(tn::test::MakeFatImage(image, s.kib, s.options));
-        std::map<std::string, std::string> model;  // UTF-8 path to content
-        std::vector<std::string> folders;
-        std::mt19937 random(s.seed);
+        tn::test::SessionModel model;
         tn::test::WarningCapture warnings;
         {
             tn::test::Mounted m(image, true);
-            tn::TPVolumeFAT& v = *m.volume;
-            const int cs = v.GetClusterSize();
-            const int sizes[] = {0,      1,  511,    512,        513,
-                                 cs - 1, cs, cs + 1, 5 * cs + 7, 20 * cs + 300};
-            for (int step = 0; step < 60; ++step) {
-                // A folder path of depth 0-3 and a name.
-                std::string folder;
-                const int depth = static_cast<int>(random() % 4);
-                for (int d = 0; d < depth; ++d)
-                    folder += std::string("\\") + kFolders[random() % 4];
-                const std::string name = kNames[random() % std::size(kNames)];
-                const std::string path = folder + "\\" + name;
-                std::string key;
-                for (char c : path)
-                    key += c == '\\' ? '/' : c;
-                key = tn::Win1252ToUtf8(key);
-                for (std::size_t p = key.find('/', 1); p != std::string::npos;
-                     p = key.find('/', p + 1)) {
-                    folders.push_back(key.substr(0, p));
-                }
-                std::string& content = model[key];
-                tn::TPFile f;
-                tn::TPDateiInfo* node = v.CreateFile(&f, path.c_str());
-                ASSERT_NE(node, nullptr) << key;
-                ASSERT_EQ(static_cast<std::size_t>(node->FileSize), content.size()) << key;
-                const int size = sizes[random() % std::size(sizes)];
-                std::string data =
-                    Pattern(static_cast<std::size_t>(size), static_cast<std::uint32_t>(random()));
-                // Fresh file: write from the start. Existing: overwrite or append at a position
-                // inside a sector (a position on a sector boundary stays on the sector before).
-                int position = 0;
-                if (!content.empty()) {
-                    position = random() % 2 == 0 ? static_cast<int>(content.size())
-                                                 : static_cast<int>(random() % content.size());
-                    if (position % 512 == 0) position = position > 0 ? position - 1 : 0;
-                    ASSERT_TRUE(v.SetFilePointer(&f, position));
-                }
-                // Two pieces, to continue a record mid-file.
-                const int half = size / 2;
-                int done = v.FileWrite(&f, data.data(), half, false);
-                done += v.FileWrite(&f, data.data() + half, size - half, random() % 2 == 0);
-                ASSERT_EQ(done, size);
-                if (content.size() < static_cast<std::size_t>(position + size)) {
-                    content.resize(static_cast<std::size_t>(position + size));
-                }
-                content.replace(static_cast<std::size_t>(position), data.size(), data);
-            }
+            const int cs = m.volume->GetClusterSize();
+            const tn::test::SessionPlan plan{
+                kNames,
+                kFolders,
+                {0, 1, 511, 512, 513, cs - 1, cs, cs + 1, 5 * cs + 7, 20 * cs + 300},
+                60,
+                3};
+            ASSERT_NO_FATAL_FAILURE(tn::test::SeededWrites(*m.volume, s.seed, plan, model));
         }
         EXPECT_TRUE(warnings.Texts().empty()) << warnings.Texts().front();
-        EXPECT_EQ(tn::test::FsckProblems(image), "");
-        std::vector<std::string> paths;
-        for (const auto& [key, content] : model)
-            paths.push_back(key);
-        for (const std::string& f : folders)
-            paths.push_back(f + "/");
-        std::sort(paths.begin(), paths.end());
-        paths.erase(std::unique(paths.begin(), paths.end()), paths.end());
-        EXPECT_EQ(tn::test::ListTree(image), paths);
-        const auto theirs = tn::test::ExtractAll(image);
-        EXPECT_EQ(theirs.size(), model.size());
-        for (const auto& [key, content] : model) {
-            const auto it = theirs.find(key);
-            ASSERT_NE(it, theirs.end()) << key;
-            EXPECT_EQ(it->second.size(), content.size()) << key;
-            EXPECT_TRUE(it->second == content) << key;
-        }
+        tn::test::ExpectToolsSeeModel(image, model);
         // A fresh mount reads the same.
         tn::test::Mounted again(image);
         tn::test::ExpectSameAsMtools(*again.volume, image);
