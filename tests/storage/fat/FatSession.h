@@ -19,6 +19,26 @@
 
 namespace tn::test {
 
+// Names of every kind the sessions use (Windows-1252).
+inline const char* const kSessionNames[] = {
+    "DATA.BIN",
+    "readme.txt",
+    "Mixed Case Name.Text",
+    "G\xF6\xDF"
+    "e.txt",
+    "\xC4pfel und Birnen mit sehr langem Namen.dat",
+    "A",
+    "x.y",
+    "NOEXT",
+    "ThirteenChars",
+    "Fourteen Chars",
+    "vier.punkt.namen.txt",
+    "UPPER LONG NAME.TXT",
+};
+inline const char* const kSessionFolders[] = {"SUB", "Ordner", "tief unten",
+                                              "\xDC"
+                                              "ber"};
+
 /// What a session wrote: UTF-8 path ("/DIR/NAME") to content, and every folder on the way.
 struct SessionModel {
     std::map<std::string, std::string> files;

@@ -165,20 +165,6 @@ TEST(FatStandard, NearLimitFat12IsReadWholeAndItsHighFoldersTakeNewEntries) {
     }
 }
 
-// Names of every kind the sessions use (Windows-1252).
-const char* const kNames[] = {
-    "DATA.BIN",
-    "readme.txt",
-    "Mixed Case Name.Text",
-    "G\xF6\xDF"
-    "e.txt",
-    "A",
-    "x.y",
-    "ThirteenChars",
-    "vier.punkt.namen.txt",
-};
-const char* const kFolders[] = {"SUB", "Ordner", "tief unten"};
-
 TEST(FatStandard, SeededSessionsOnFat12AndFat16AreCleanAndReadBackByMtools) {
     TN_REQUIRE_FAT_TOOLS();
     std::vector<Geometry> geometries(std::begin(kNearLimit), std::end(kNearLimit));
@@ -202,8 +188,11 @@ TEST(FatStandard, SeededSessionsOnFat12AndFat16AreCleanAndReadBackByMtools) {
             ASSERT_EQ(v.FATType, g.dataClusters > 0 ? 1 : 11);
             const int z = v.GetSectorSize();
             const int c = static_cast<int>(cs);
-            const tn::test::SessionPlan plan{
-                kNames, kFolders, {0, 1, z - 1, z, z + 1, c - 1, c, c + 1, 3 * c + 7}, 40, 2};
+            const tn::test::SessionPlan plan{tn::test::kSessionNames,
+                                             tn::test::kSessionFolders,
+                                             {0, 1, z - 1, z, z + 1, c - 1, c, c + 1, 3 * c + 7},
+                                             40,
+                                             2};
             ASSERT_NO_FATAL_FAILURE(tn::test::SeededWrites(v, ++seed, plan, model));
             if (g.dataClusters > 0) {
                 // One more file takes every cluster left, 0xFF1 and up among them.

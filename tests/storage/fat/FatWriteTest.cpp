@@ -203,26 +203,6 @@ TEST(FatWrite, FullVolumeAndFullRootLoseNothing) {
     EXPECT_EQ(tn::test::ListTree(image).size(), 32u);
 }
 
-// Names of every kind the sessions use (Windows-1252).
-const char* const kNames[] = {
-    "DATA.BIN",
-    "readme.txt",
-    "Mixed Case Name.Text",
-    "G\xF6\xDF"
-    "e.txt",
-    "\xC4pfel und Birnen mit sehr langem Namen.dat",
-    "A",
-    "x.y",
-    "NOEXT",
-    "ThirteenChars",
-    "Fourteen Chars",
-    "vier.punkt.namen.txt",
-    "UPPER LONG NAME.TXT",
-};
-const char* const kFolders[] = {"SUB", "Ordner", "tief unten",
-                                "\xDC"
-                                "ber"};
-
 struct Session {
     const char* options;
     int kib;
@@ -246,8 +226,8 @@ TEST(FatWrite, SeededSessionsAreCleanAndReadBackByMtools) {
             tn::test::Mounted m(image, true);
             const int cs = m.volume->GetClusterSize();
             const tn::test::SessionPlan plan{
-                kNames,
-                kFolders,
+                tn::test::kSessionNames,
+                tn::test::kSessionFolders,
                 {0, 1, 511, 512, 513, cs - 1, cs, cs + 1, 5 * cs + 7, 20 * cs + 300},
                 60,
                 3};
