@@ -17,23 +17,6 @@
 
 namespace tnpkg::os {
 
-File::~File() {
-    Close();
-}
-
-File::File(File&& other) noexcept : handle_(other.handle_) {
-    other.handle_ = -1;
-}
-
-File& File::operator=(File&& other) noexcept {
-    if (this != &other) {
-        Close();
-        handle_ = other.handle_;
-        other.handle_ = -1;
-    }
-    return *this;
-}
-
 bool File::Open(const std::filesystem::path& path, OpenMode mode, std::string& error) {
     Close();
     int flags = O_CLOEXEC;

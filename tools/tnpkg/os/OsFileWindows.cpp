@@ -26,23 +26,6 @@ constexpr DWORD kLockOffsetHigh = 0x7FFFFFFF;
 
 }  // namespace
 
-File::~File() {
-    Close();
-}
-
-File::File(File&& other) noexcept : handle_(other.handle_) {
-    other.handle_ = -1;
-}
-
-File& File::operator=(File&& other) noexcept {
-    if (this != &other) {
-        Close();
-        handle_ = other.handle_;
-        other.handle_ = -1;
-    }
-    return *this;
-}
-
 bool File::Open(const std::filesystem::path& path, OpenMode mode, std::string& error) {
     Close();
     const DWORD access = mode == OpenMode::Read ? GENERIC_READ : (GENERIC_READ | GENERIC_WRITE);
