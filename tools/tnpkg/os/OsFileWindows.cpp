@@ -19,6 +19,14 @@ HANDLE Native(std::intptr_t handle) {
     return reinterpret_cast<HANDLE>(handle);
 }
 
+// A transfer at a 64-bit file offset, without moving the handle's own position.
+OVERLAPPED At(std::uint64_t position) {
+    OVERLAPPED where{};
+    where.Offset = static_cast<DWORD>(position);
+    where.OffsetHigh = static_cast<DWORD>(position >> 32);
+    return where;
+}
+
 // Windows locks are mandatory: a locked byte cannot be read through another handle, not even
 // in this process. The lock therefore covers one byte far beyond any image's end, which no
 // read or write ever reaches.
@@ -54,10 +62,7 @@ std::int64_t File::ReadAt(std::int64_t offset, void* bytes, std::size_t n) {
     auto* at = static_cast<char*>(bytes);
     std::size_t done = 0;
     while (done < n) {
-        OVERLAPPED where{};
-        const auto position = static_cast<std::uint64_t>(offset) + done;
-        where.Offset = static_cast<DWORD>(position);
-        where.OffsetHigh = static_cast<DWORD>(position >> 32);
+        OVERLAPPED where = At(static_cast<std::uint64_t>(offset) + done);
         const DWORD want = static_cast<DWORD>(std::min<std::size_t>(n - done, 1u << 30));
         DWORD got = 0;
         if (!::ReadFile(Native(handle_), at + done, want, &got, &where)) {
@@ -75,10 +80,7 @@ bool File::WriteAt(std::int64_t offset, const void* bytes, std::size_t n) {
     const auto* at = static_cast<const char*>(bytes);
     std::size_t done = 0;
     while (done < n) {
-        OVERLAPPED where{};
-        const auto position = static_cast<std::uint64_t>(offset) + done;
-        where.Offset = static_cast<DWORD>(position);
-        where.OffsetHigh = static_cast<DWORD>(position >> 32);
+        OVERLAPPED where = At(static_cast<std::uint64_t>(offset) + done);
         const DWORD want = static_cast<DWORD>(std::min<std::size_t>(n - done, 1u << 30));
         DWORD put = 0;
         if (!::WriteFile(Native(handle_), at + done, want, &put, &where) || put == 0) return false;
